@@ -1,0 +1,309 @@
+#include "support/mpeg_builders.h"
+
+#include <array>
+#include <stdexcept>
+
+namespace tagwick::support {
+namespace {
+
+// Bit rates in kbit/s of ISO/IEC 11172-3 and 13818-3, index 0..14 (15 is invalid).
+constexpr std::array<int, 15> kMpeg1Layer1{0, 32, 64, 96, 128, 160, 192, 224, 256, 288, 320, 352, 384, 416, 448};
+constexpr std::array<int, 15> kMpeg1Layer2{0, 32, 48, 56, 64, 80, 96, 112, 128, 160, 192, 224, 256, 320, 384};
+constexpr std::array<int, 15> kMpeg1Layer3{0, 32, 40, 48, 56, 64, 80, 96, 112, 128, 160, 192, 224, 256, 320};
+constexpr std::array<int, 15> kMpeg2Layer1{0, 32, 48, 56, 64, 80, 96, 112, 128, 144, 160, 176, 192, 224, 256};
+constexpr std::array<int, 15> kMpeg2Layer23{0, 8, 16, 24, 32, 40, 48, 56, 64, 80, 96, 112, 128, 144, 160};
+
+constexpr std::array<int, 4> kRates1{44100, 48000, 32000, 0};
+constexpr std::array<int, 4> kRates2{22050, 24000, 16000, 0};
+constexpr std::array<int, 4> kRates25{11025, 12000, 8000, 0};
+
+void checkSpec(const FrameSpec& spec) {
+    if (spec.version != 1 && spec.version != 2 && spec.version != 25)
+        throw std::invalid_argument("version must be 1, 2 or 25");
+    if (spec.layer < 1 || spec.layer > 3) throw std::invalid_argument("layer must be 1..3");
+    if (spec.sampleRateIndex < 0 || spec.sampleRateIndex > 3) throw std::invalid_argument("rate index 0..3");
+    if (spec.channelMode < 0 || spec.channelMode > 3) throw std::invalid_argument("channel mode 0..3");
+}
+
+const std::array<int, 15>& bitrateTable(const FrameSpec& spec) {
+    if (spec.version == 1) {
+        if (spec.layer == 1) return kMpeg1Layer1;
+        return spec.layer == 2 ? kMpeg1Layer2 : kMpeg1Layer3;
+    }
+    return spec.layer == 1 ? kMpeg2Layer1 : kMpeg2Layer23;
+}
+
+uint8_t versionBitsOf(const FrameSpec& spec) {
+    if (spec.versionBits) return *spec.versionBits & 3;
+    return spec.version == 1 ? 3 : spec.version == 2 ? 2 : 0;
+}
+
+uint8_t layerBitsOf(const FrameSpec& spec) {
+    if (spec.layerBits) return *spec.layerBits & 3;
+    return uint8_t(4 - spec.layer);
+}
+
+void ensureRoom(const ByteVec& frame, size_t at, size_t n) {
+    if (at > frame.size() || frame.size() - at < n) throw std::invalid_argument("data does not fit in the frame");
+}
+
+}  // namespace
+
+int bitrateIndexFor(const FrameSpec& spec) {
+    checkSpec(spec);
+    if (spec.bitrateIndex >= 0) {
+        if (spec.bitrateIndex > 15) throw std::invalid_argument("bit-rate index 0..15");
+        return spec.bitrateIndex;
+    }
+    const auto& table = bitrateTable(spec);
+    for (size_t i = 1; i < table.size(); ++i)
+        if (table[i] == spec.bitrateKbps) return int(i);
+    throw std::invalid_argument("bit rate not in the table of this version and layer");
+}
+
+int standardBitrateKbps(const FrameSpec& spec) {
+    int index = bitrateIndexFor(spec);
+    return index >= 15 ? 0 : bitrateTable(spec)[size_t(index)];
+}
+
+int sampleRateHz(const FrameSpec& spec) {
+    checkSpec(spec);
+    const auto& rates = spec.version == 1 ? kRates1 : spec.version == 2 ? kRates2 : kRates25;
+    return rates[size_t(spec.sampleRateIndex)];
+}
+
+uint32_t headerWord(const FrameSpec& spec) {
+    uint32_t word = 0xFFE00000u;
+    word |= uint32_t(versionBitsOf(spec)) << 19;
+    word |= uint32_t(layerBitsOf(spec)) << 17;
+    word |= spec.crc ? 0u : 1u << 16;
+    word |= uint32_t(bitrateIndexFor(spec)) << 12;
+    word |= uint32_t(spec.sampleRateIndex & 3) << 10;
+    word |= spec.padding ? 1u << 9 : 0u;
+    word |= spec.privateBit ? 1u << 8 : 0u;
+    word |= uint32_t(spec.channelMode & 3) << 6;
+    word |= uint32_t(spec.modeExtension & 3) << 4;
+    word |= spec.copyright ? 1u << 3 : 0u;
+    word |= spec.original ? 1u << 2 : 0u;
+    word |= uint32_t(spec.emphasis & 3);
+    return word;
+}
+
+size_t standardFrameLength(const FrameSpec& spec) {
+    const long long kbps = standardBitrateKbps(spec);
+    const long long rate = sampleRateHz(spec);
+    if (kbps == 0 || rate == 0) return 0;
+    const long long pad = spec.padding ? 1 : 0;
+    if (spec.layer == 1) return size_t((12 * kbps * 1000 / rate + pad) * 4);
+    if (spec.layer == 3 && spec.version != 1) return size_t(72 * kbps * 1000 / rate + pad);
+    return size_t(144 * kbps * 1000 / rate + pad);
+}
+
+size_t summaryRuleLength(const FrameSpec& spec) {
+    const int kbps = standardBitrateKbps(spec);
+    const int rate = sampleRateHz(spec);
+    if (rate == 0) return 0;
+    const int32_t product = int32_t(kbps) * 144000;
+    return size_t(float(product) / float(rate)) + (spec.padding ? 1 : 0);
+}
+
+size_t frameLength(const FrameSpec& spec) {
+    if (spec.length) return *spec.length;
+    size_t standard = standardFrameLength(spec);
+    return standard == 0 ? 4 : standard;
+}
+
+size_t sideInfoLength(const FrameSpec& spec) {
+    const bool mono = spec.channelMode == 3;
+    if (spec.version == 1) return mono ? 17 : 32;
+    return mono ? 9 : 17;
+}
+
+uint16_t frameCrc(std::span<const uint8_t> frame) {
+    if (frame.size() < 4) return 0xFFFF;
+    const bool mpeg1 = ((frame[1] >> 3) & 3) == 3;
+    const bool mono = ((frame[3] >> 6) & 3) == 3;
+    const size_t side = mpeg1 ? (mono ? 17 : 32) : (mono ? 9 : 17);
+    uint16_t crc = 0xFFFF;
+    auto feed = [&crc](uint8_t byte) {
+        for (int bit = 7; bit >= 0; --bit) {
+            const bool top = (crc & 0x8000) != 0;
+            const bool in = ((byte >> bit) & 1) != 0;
+            crc = uint16_t(crc << 1);
+            if (top != in) crc ^= 0x8005;
+        }
+    };
+    feed(frame[2]);
+    feed(frame[3]);
+    for (size_t i = 6; i < 6 + side && i < frame.size(); ++i) feed(frame[i]);
+    return crc;
+}
+
+void refreshCrc(ByteVec& frame, const FrameSpec& spec) {
+    if (!spec.crc || frame.size() < 6) return;
+    uint16_t crc = frameCrc(frame);
+    if (spec.wrongCrc) crc ^= 1;
+    frame[4] = uint8_t(crc >> 8);
+    frame[5] = uint8_t(crc);
+}
+
+void putText(ByteVec& frame, size_t at, std::string_view text) {
+    ensureRoom(frame, at, text.size());
+    for (size_t i = 0; i < text.size(); ++i) frame[at + i] = uint8_t(text[i]);
+}
+
+void putBe32(ByteVec& frame, size_t at, uint32_t value) {
+    ensureRoom(frame, at, 4);
+    frame[at] = uint8_t(value >> 24);
+    frame[at + 1] = uint8_t(value >> 16);
+    frame[at + 2] = uint8_t(value >> 8);
+    frame[at + 3] = uint8_t(value);
+}
+
+ByteVec buildFrame(const FrameSpec& spec) {
+    const size_t length = frameLength(spec);
+    if (length < 4) throw std::invalid_argument("a frame needs at least its 4 header bytes");
+    ByteVec frame(length, spec.filler);
+    putBe32(frame, 0, headerWord(spec));
+    refreshCrc(frame, spec);
+    return frame;
+}
+
+ByteVec buildXingFrame(const FrameSpec& spec, const XingSpec& xing) {
+    ByteVec frame = buildFrame(spec);
+    const size_t at = xing.offset.value_or(4 + sideInfoLength(spec));
+    uint32_t flags = xing.extraFlags;
+    if (xing.frames) flags |= 1;
+    if (xing.bytes) flags |= 2;
+    putText(frame, at, xing.tag);
+    putBe32(frame, at + 4, flags);
+    size_t field = at + 8;
+    if (xing.frames) { putBe32(frame, field, *xing.frames); field += 4; }
+    if (xing.bytes) putBe32(frame, field, *xing.bytes);
+    if (!xing.lame.empty()) putText(frame, xing.lameOffset, xing.lame);
+    refreshCrc(frame, spec);
+    return frame;
+}
+
+ByteVec buildXingFrameAt36(const FrameSpec& spec, XingSpec xing) {
+    xing.offset = 36;
+    return buildXingFrame(spec, xing);
+}
+
+ByteVec buildVbriFrame(const FrameSpec& spec, const VbriSpec& vbri) {
+    ByteVec frame = buildFrame(spec);
+    putText(frame, 36, "VBRI");
+    ensureRoom(frame, 40, 2);
+    frame[40] = uint8_t(vbri.version >> 8);
+    frame[41] = uint8_t(vbri.version);
+    putBe32(frame, 46, vbri.bytes);
+    putBe32(frame, 50, vbri.frames);
+    refreshCrc(frame, spec);
+    return frame;
+}
+
+ByteVec buildStream(const FrameSpec& spec, size_t count) {
+    const ByteVec frame = buildFrame(spec);
+    ByteVec out;
+    out.reserve(frame.size() * count);
+    for (size_t i = 0; i < count; ++i) append(out, frame);
+    return out;
+}
+
+ByteVec buildVbrStream(const FrameSpec& spec, std::span<const int> bitratesKbps) {
+    ByteVec out;
+    for (int kbps : bitratesKbps) {
+        FrameSpec one = spec;
+        one.bitrateKbps = kbps;
+        one.bitrateIndex = -1;
+        append(out, buildFrame(one));
+    }
+    return out;
+}
+
+ByteVec concat(std::initializer_list<std::span<const uint8_t>> parts) {
+    ByteVec out;
+    for (auto part : parts) append(out, part);
+    return out;
+}
+
+void append(ByteVec& to, std::span<const uint8_t> part) { to.insert(to.end(), part.begin(), part.end()); }
+
+ByteVec bytesOf(std::string_view text) { return ByteVec(text.begin(), text.end()); }
+
+namespace {
+
+void appendLe32(ByteVec& out, uint32_t v) {
+    for (int i = 0; i < 4; ++i) out.push_back(uint8_t(v >> (8 * i)));
+}
+
+void appendText(ByteVec& out, std::string_view text) { out.insert(out.end(), text.begin(), text.end()); }
+
+void appendApeBlock(ByteVec& out, uint32_t size, uint32_t count, uint32_t flags) {
+    appendText(out, "APETAGEX");
+    appendLe32(out, 2000);
+    appendLe32(out, size);
+    appendLe32(out, count);
+    appendLe32(out, flags);
+    out.insert(out.end(), 8, 0);
+}
+
+}  // namespace
+
+ByteVec buildApeTag(const ApeSpec& spec) {
+    ByteVec items;
+    for (const auto& item : spec.items) {
+        appendLe32(items, uint32_t(item.value.size()));
+        appendLe32(items, item.flags);
+        appendText(items, item.key);
+        items.push_back(0);
+        appendText(items, item.value);
+    }
+    const uint32_t size = spec.sizeOverride.value_or(uint32_t(items.size() + 32));
+    const uint32_t count = uint32_t(spec.items.size());
+    const uint32_t hasHeader = spec.withHeader ? 0x80000000u : 0;
+    ByteVec out;
+    if (spec.withHeader) appendApeBlock(out, size, count, hasHeader | 0x20000000u | spec.extraFlags);
+    append(out, items);
+    appendApeBlock(out, size, count, hasHeader | spec.extraFlags);
+    return out;
+}
+
+namespace {
+
+void appendChunk(ByteVec& out, const RiffChunk& chunk) {
+    if (chunk.id.size() != 4) throw std::invalid_argument("a chunk ID has 4 characters");
+    appendText(out, chunk.id);
+    appendLe32(out, uint32_t(chunk.body.size()));
+    append(out, chunk.body);
+}
+
+ByteVec waveFormatBody() {
+    ByteVec fmt;
+    auto le16 = [&fmt](uint16_t v) { fmt.push_back(uint8_t(v)); fmt.push_back(uint8_t(v >> 8)); };
+    le16(0x55);          // MPEG layer III
+    le16(2);             // channels
+    appendLe32(fmt, 44100);
+    appendLe32(fmt, 16000);  // bytes per second at 128 kbit/s
+    le16(1);             // block align
+    le16(0);             // bits per sample
+    return fmt;
+}
+
+}  // namespace
+
+ByteVec buildRiffWave(std::span<const uint8_t> audio, const RiffSpec& spec) {
+    ByteVec out;
+    appendText(out, "RIFF");
+    appendLe32(out, 0);
+    appendText(out, "WAVE");
+    appendChunk(out, {"fmt ", waveFormatBody()});
+    for (const auto& chunk : spec.before) appendChunk(out, chunk);
+    appendChunk(out, {"data", ByteVec(audio.begin(), audio.end())});
+    if (spec.trailing) appendChunk(out, *spec.trailing);
+    const uint32_t riffSize = spec.riffSizeOverride.value_or(uint32_t(out.size() - 8));
+    for (int i = 0; i < 4; ++i) out[4 + size_t(i)] = uint8_t(riffSize >> (8 * i));
+    return out;
+}
+
+}  // namespace tagwick::support

@@ -1,0 +1,142 @@
+// Builders for byte-exact MPEG audio test data: single frames of every version and layer,
+// frames carrying Xing/Info, LAME or VBRI headers, whole CBR and VBR streams, APEv2 tags
+// and RIFF WAVE wrappers. Every builder returns the bytes; nothing touches the disk.
+//
+// A builder throws std::invalid_argument when asked for something it cannot encode
+// (a bit rate missing from the table, a header that does not fit in the frame), so a
+// test that asks for impossible data fails loudly instead of running on wrong bytes.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tagwick::support {
+
+using ByteVec = std::vector<uint8_t>;
+
+// One frame. Defaults: MPEG-1 layer III, 128 kbit/s, 44100 Hz, stereo, no CRC, 417 bytes.
+struct FrameSpec {
+    int version = 1;                 // 1, 2 or 25 (MPEG 2.5)
+    int layer = 3;                   // 1, 2 or 3
+    int bitrateKbps = 128;           // looked up in the standard table of version and layer
+    int bitrateIndex = -1;           // 0..15; when set, used as is and bitrateKbps is ignored
+    int sampleRateIndex = 0;         // 0..3 (3 is reserved)
+    bool padding = false;
+    int channelMode = 0;             // 0 stereo, 1 joint stereo, 2 dual channel, 3 mono
+    int modeExtension = 0;           // 0..3
+    bool privateBit = false;
+    bool copyright = false;
+    bool original = false;
+    int emphasis = 0;                // 0..3
+    bool crc = false;                // protection bit 0 and a CRC-16 at bytes 4-5
+    bool wrongCrc = false;           // store the correct CRC with its low bit flipped
+    std::optional<size_t> length;    // total frame length in bytes (header included), overriding the rules
+    uint8_t filler = 0;              // value of every body byte not otherwise written
+    std::optional<uint8_t> versionBits;  // raw two version bits (e.g. 1 for the reserved version)
+    std::optional<uint8_t> layerBits;    // raw two layer bits (e.g. 0 for the reserved layer)
+};
+
+// The standard's tables, by the spec's version/layer. 0 when not defined (free format,
+// index 15, reserved sample-rate index).
+int standardBitrateKbps(const FrameSpec& spec);
+int sampleRateHz(const FrameSpec& spec);
+// The bit-rate index used for the spec (bitrateIndex, or the table position of bitrateKbps).
+int bitrateIndexFor(const FrameSpec& spec);
+
+// The four header bytes as a big-endian word.
+uint32_t headerWord(const FrameSpec& spec);
+// Exact lengths of the standard: layer I (12*kbps*1000/rate + pad)*4; layer II and MPEG-1
+// layer III 144*kbps*1000/rate + pad; MPEG-2/2.5 layer III 72*kbps*1000/rate + pad.
+// 0 when bit rate or sample rate is 0. Ignores spec.length.
+size_t standardFrameLength(const FrameSpec& spec);
+// The summary's single rule for every version and layer: trunc(float(kbps*144000)/rate) + pad.
+size_t summaryRuleLength(const FrameSpec& spec);
+// The length buildFrame uses: spec.length, else the standard length, else 4 (header only).
+size_t frameLength(const FrameSpec& spec);
+// Side information size: 17 MPEG-1 mono, 32 MPEG-1 other, 9 MPEG-2/2.5 mono, 17 other.
+size_t sideInfoLength(const FrameSpec& spec);
+
+// CRC-16 (poly 0x8005, MSB first, init 0xFFFF, no final inversion) over bytes 2-3 of the
+// frame and the side information from byte 6, sized by the frame's own header bits.
+// Bytes missing at the end of a short frame are simply not included.
+uint16_t frameCrc(std::span<const uint8_t> frame);
+// Recomputes bytes 4-5 after the body was edited (the wrong CRC again when spec.wrongCrc).
+// Does nothing for frames without a CRC.
+void refreshCrc(ByteVec& frame, const FrameSpec& spec);
+
+// Writes `text` into the frame at `at` (throws when it does not fit).
+void putText(ByteVec& frame, size_t at, std::string_view text);
+void putBe32(ByteVec& frame, size_t at, uint32_t value);
+
+// One frame: header, CRC when asked, body filled with spec.filler.
+ByteVec buildFrame(const FrameSpec& spec);
+
+struct XingSpec {
+    std::string tag = "Xing";              // "Xing", "Info" or any 4 characters
+    std::optional<uint32_t> frames;        // sets flag bit 1 and writes the count
+    std::optional<uint32_t> bytes;         // sets flag bit 2 and writes the count
+    uint32_t extraFlags = 0;               // more flag bits (4 TOC, 8 quality); their fields stay filler
+    std::optional<size_t> offset;          // from the frame start; default 4 + side information
+    std::string lame;                      // written at lameOffset when not empty
+    size_t lameOffset = 156;               // from the frame start
+};
+// A frame carrying a Xing/Info header (flags as a big-endian word, then frames, then bytes).
+ByteVec buildXingFrame(const FrameSpec& spec, const XingSpec& xing);
+// The placement the summary probes: the header at 36 from the frame start, whatever the
+// version and channel mode (for MPEG-1 stereo this is also the standard placement).
+ByteVec buildXingFrameAt36(const FrameSpec& spec, XingSpec xing);
+
+struct VbriSpec {
+    uint32_t bytes = 0;
+    uint32_t frames = 0;
+    uint16_t version = 1;
+};
+// A frame with "VBRI" at +36, version at +40, bytes at +46 and frames at +50 (big-endian,
+// i.e. +10 and +14 from the "VBRI" word).
+ByteVec buildVbriFrame(const FrameSpec& spec, const VbriSpec& vbri);
+
+// `count` frames of one spec, back to back.
+ByteVec buildStream(const FrameSpec& spec, size_t count);
+// One frame per entry, each with spec's other settings and that bit rate in kbit/s.
+ByteVec buildVbrStream(const FrameSpec& spec, std::span<const int> bitratesKbps);
+
+// Concatenation of byte blocks.
+ByteVec concat(std::initializer_list<std::span<const uint8_t>> parts);
+void append(ByteVec& to, std::span<const uint8_t> part);
+ByteVec bytesOf(std::string_view text);
+
+struct ApeItem {
+    std::string key;
+    std::string value;
+    uint32_t flags = 0;
+};
+struct ApeSpec {
+    std::vector<ApeItem> items;
+    bool withHeader = true;
+    uint32_t extraFlags = 0;                // ORed into header and footer flags
+    std::optional<uint32_t> sizeOverride;   // a lying size field (header and footer)
+};
+// APEv2: optional 32-byte header, items (le32 value size, le32 flags, key, 0, value), and a
+// 32-byte footer "APETAGEX", version 2000, size = items + footer, item count, flags
+// (bit 31 when a header exists, bit 29 in the header only), 8 zero bytes.
+ByteVec buildApeTag(const ApeSpec& spec);
+
+struct RiffChunk {
+    std::string id;    // 4 characters
+    ByteVec body;      // written as given (no pad byte added)
+};
+struct RiffSpec {
+    std::vector<RiffChunk> before;          // chunks between "fmt " and "data"
+    std::optional<RiffChunk> trailing;      // a chunk after "data"
+    std::optional<uint32_t> riffSizeOverride;
+};
+// "RIFF", le32 size (total - 8), "WAVE", a 16-byte "fmt " chunk (MPEG layer III format tag
+// 0x55, 2 channels, 44100 Hz), the `before` chunks, "data" around `audio`, the trailing chunk.
+ByteVec buildRiffWave(std::span<const uint8_t> audio, const RiffSpec& spec = {});
+
+}  // namespace tagwick::support
