@@ -61,6 +61,10 @@ public:
     std::span<uint8_t> bytes() { return {data_, size_}; }
     std::span<const uint8_t> bytes() const { return {data_, size_}; }
     int fd() const { return fd_.get(); }
+    // Tells the kernel the mapping will be read front to back (long walks over big files).
+    bool adviseSequential();
+    // Unmaps and closes now.
+    void reset();
 
 private:
     friend Mapping mapFile(const char* path);
@@ -72,7 +76,8 @@ private:
 };
 
 // Opens read-only and maps (page size x (size / page size + 1)) bytes, PROT_READ|PROT_WRITE,
-// MAP_PRIVATE. Invalid when the open or the mapping fails. An empty file gives a valid empty mapping.
+// MAP_PRIVATE. Invalid when the open or the mapping fails (errno as the failing call left it).
+// An empty file gives a valid empty mapping.
 Mapping mapFile(const char* path);
 
 // Descriptor level; -1 makes each fail at once.

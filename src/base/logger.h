@@ -2,6 +2,7 @@
 // 0 (headers), 1 (errors), 2 (warnings) and 3 (progress and success).
 #pragma once
 
+#include <cstdarg>
 #include <cstdio>
 #include <functional>
 #include <string>
@@ -16,6 +17,8 @@ public:
     // Writes one message; see the layout rules in logger.cpp. Returns the count of the final
     // write, 0 when the message was filtered, or a negative value when a write failed.
     static int log(int level, const char* format, ...) __attribute__((format(printf, 2, 3)));
+    // The same with an argument list, for wrappers that take their own "...".
+    static int logv(int level, const char* format, va_list args) __attribute__((format(printf, 2, 0)));
 
     static void setMaxLevel(unsigned level);
     static unsigned maxLevel();
@@ -38,7 +41,8 @@ public:
     // Test seams: the clock and the stream standing for standard output / standard error.
     static void setClock(std::function<timeval()> clock);
     static void setConsoleStreams(FILE* out, FILE* err);
-    // Back to the state at program start (no stream, level 2, echo on, no context).
+    // Back to the state at program start (no stream, level 2, echo on, no context). A stream
+    // given to attach() is dropped without being closed (the test owns it); a dated file is closed.
     static void resetForTests();
 };
 

@@ -2,6 +2,8 @@
 // and the size, duration and clock texts.
 #pragma once
 
+#include <cstdarg>
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -12,8 +14,14 @@ namespace tagwick {
 // Bounded copy into a buffer of `size` bytes (size counts the terminator); always terminates.
 void copyBounded(char* dest, size_t size, const char* src);
 void appendBounded(char* dest, size_t size, const char* src);
+// The same for at most `count` bytes of `src` (fewer when it ends earlier).
+void copyBytesBounded(char* dest, size_t size, const char* src, size_t count);
+void appendBytesBounded(char* dest, size_t size, const char* src, size_t count);
 // printf into a std::string (no length limit) and into a bounded buffer.
 std::string format(const char* fmt, ...) __attribute__((format(printf, 1, 2)));
+std::string formatv(const char* fmt, va_list args) __attribute__((format(printf, 1, 0)));
+// Returns what snprintf returns (the untruncated length, or negative on an encoding error).
+int formatBounded(char* dest, size_t size, const char* fmt, ...) __attribute__((format(printf, 3, 4)));
 // Null-safe byte comparison: a missing text sorts before any text.
 int compareText(const char* a, const char* b);
 // Case-blind comparison; `limit` < 0 compares whole texts.
@@ -44,7 +52,8 @@ public:
     bool isUtf16() const { return utf16_; }
     const std::string& bytes() const { return bytes_; }
     bool empty() const;
-    // The UTF-8 form, computed on first use.
+    // The UTF-8 form, computed on first use; it ends at the first NUL character, as the
+    // terminated text of a tag does. empty() is true when that form is empty.
     const std::string& utf8() const;
 
     bool operator==(const TextValue& other) const { return utf16_ == other.utf16_ && bytes_ == other.bytes_; }
@@ -56,7 +65,9 @@ private:
 };
 
 // Single-byte form of UTF-16 text: code units above 31 and at most 126 (mode 1) or 207
-// (mode 2) are kept as one byte, all others dropped.
+// (mode 2) are kept as one byte, all others dropped. A first byte FE or 00 means big-endian,
+// anything else little-endian; a mark is skipped and a NUL code unit ends the text.
+// The TextValue form returns ISO-8859-1 values unchanged (up to their first NUL).
 std::string toSingleByte(std::string_view utf16, int mode);
 std::string toSingleByte(const TextValue& value, int mode);
 
