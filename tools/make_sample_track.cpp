@@ -1,0 +1,65 @@
+// Writes a small, fully tagged sample track: an ID3v2.3 tag, ten seconds of 128 kbit/s
+// MPEG-1 layer III audio led by an Info/LAME header, and an ID3v1 record.
+#include <cstdio>
+#include <string>
+
+#include "support/mpeg_builders.h"
+#include "support/tag_builders.h"
+
+using namespace tagwick::support;
+
+namespace {
+
+V2Frame textFrame(const char* id, std::string_view text) { return V2Frame{id, latin1Payload(text)}; }
+
+ByteVec sampleTag() {
+    V2TagSpec tag;
+    tag.major = 3;
+    tag.frames = {
+        textFrame("TIT2", "Sample Song"),
+        textFrame("TPE1", "The Sample Makers"),
+        textFrame("TALB", "Made Here"),
+        textFrame("TYER", "2026"),
+        textFrame("TRCK", "1/10"),
+        textFrame("TCON", "(17)Rock"),
+        V2Frame{"COMM", commentPayload(0, "eng", {}, bytesOf("A track made by make_sample_track"))},
+    };
+    tag.padding = 128;
+    return buildV2Tag(tag);
+}
+
+ByteVec sampleAudio() {
+    FrameSpec spec;  // MPEG-1 layer III, 128 kbit/s, 44100 Hz, stereo
+    const size_t frames = 383;  // about ten seconds
+    XingSpec info;
+    info.tag = "Info";
+    info.frames = frames;
+    info.bytes = uint32_t(frameLength(spec) * frames);
+    info.lame = "LAME3.100";
+    ByteVec audio = buildXingFrame(spec, info);
+    append(audio, buildStream(spec, frames - 1));
+    return audio;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc != 2) {
+        std::fprintf(stderr, "usage: %s OUTPUT.mp3\n", argv[0]);
+        return 2;
+    }
+    ByteVec track = sampleTag();
+    append(track, sampleAudio());
+    append(track, buildV1(V1Spec{"Sample Song", "The Sample Makers", "Made Here", "2026", "Sample", 1, 17}));
+    FILE* out = std::fopen(argv[1], "wb");
+    if (out == nullptr) {
+        std::perror(argv[1]);
+        return 1;
+    }
+    bool ok = std::fwrite(track.data(), 1, track.size(), out) == track.size();
+    if (std::fclose(out) != 0 || !ok) {
+        std::perror(argv[1]);
+        return 1;
+    }
+    return 0;
+}
