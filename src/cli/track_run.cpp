@@ -1,7 +1,152 @@
+// The per-track loop: the kind from the extension, then exactly one kind of work per track.
 #include "cli/track_run.h"
+
+#include <cstdio>
+
+#include "base/files.h"
+#include "cli/display.h"
+#include "cli/options.h"
+#include "mpeg/mpeg_info.h"
+#include "mpeg/stream_checker.h"
+#include "tags/id3_tag.h"
 
 namespace tagwick {
 
-int runTracks(const TagUpdate&, const std::vector<std::string>&) { return 0; }
+namespace {
+
+struct TrackOutcome {
+    TrackStatus status = TrackStatus::Ok;
+    bool endsRun = false;  // the MPEG values act on the first track only
+};
+
+// ---- Not built yet ---------------------------------------------------------------------------
+// Exports, removals, copies, imports, field updates with their save steps, -out and -rename
+// are not part of this build. They must not look done: say so and fail the track.
+TrackStatus notBuiltYet() {
+    std::fputs("This build cannot change or export tags yet\n", stderr);
+    return TrackStatus::TagNotWritten;
+}
+// ----------------------------------------------------------------------------------------------
+
+DisplayOptions displayOptions(const TagUpdate& update, bool tags, bool fileInfo, bool images) {
+    DisplayOptions options;
+    options.showTags = tags;
+    options.showFileInfo = fileInfo;
+    options.vbrScan = !update.skipVbrScan;
+    options.showImages = images;
+    options.ignoreAiffCorruption = update.ignoreAiffCorruption;
+    return options;
+}
+
+// The display sets no status: a track it cannot read gets its message and counts as done.
+TrackStatus runDisplay(const TagUpdate& update, const std::string& path, bool tags, bool fileInfo, bool images) {
+    (void)displayTrack(path.c_str(), displayOptions(update, tags, fileInfo, images));
+    return TrackStatus::Ok;
+}
+
+TrackStatus runCheck(const std::string& path, bool fix) {
+    int problems = checkAudioFile(path.c_str(), nullptr, fix, false, false, false);
+    return problems > 0 ? TrackStatus::CheckFoundProblems : TrackStatus::Ok;
+}
+
+// The rename step that follows the display, check and fix branches.
+TrackStatus thenRename(const TagUpdate& update, TrackStatus status) {
+    if (update.rename == 0) return status;
+    return notBuiltYet();
+}
+
+bool openForUpdate(ID3Tag& track, const TagUpdate& update, const std::string& path) {
+    track.ignoreAiffCorruption = update.ignoreAiffCorruption;
+    track.tagTypeMode = update.tagType;
+    int result = track.open(path.c_str());
+    // A tag data file has no stream summary, so its open returns 0 even when it was read.
+    return result != 0 || (track.isTagDataFile && track.kindCheckPassed);
+}
+
+// -mlen, -mbtr, -mfrq and -mchn, in that order, each when given.
+void printMpegValues(const TagUpdate& update, const ID3Tag& track) {
+    const MpegInfo& info = track.mpeg;
+    if (update.printLength) std::printf("%lld\n", static_cast<long long>(info.lengthSeconds));
+    if (update.printBitrate) std::printf("%d\n", static_cast<int>(info.averageBitrate * 1000));
+    if (update.printFrequency) std::printf("%lld\n", static_cast<long long>(track.frequencyHz()));
+    if (update.printChannels) std::printf("%d\n", channelCode(info.channelMode));
+}
+
+TrackOutcome runUpdate(const TagUpdate& update, const std::string& path) {
+    if (update.verboseOn()) std::printf("Updating the %s tag information for '%s'\n", "ID3", fileNamePart(path.c_str()));
+    if (update.outputFile) return {notBuiltYet()};
+
+    ID3Tag track;
+    if (!openForUpdate(track, update, path)) return {TrackStatus::NotOpened};
+
+    if (update.removeV1 || update.removeV2) return {notBuiltYet()};
+    if (update.copyV1ToV2 || update.copyV2ToV1) return {notBuiltYet()};
+    if (update.importFile) return {notBuiltYet()};
+    if (update.anyMpegValueRequested()) {
+        printMpegValues(update, track);
+        // Deliberately the end of the whole run, whatever tracks follow.
+        return {TrackStatus::Ok, true};
+    }
+    return {notBuiltYet()};  // field updates and the save steps
+}
+
+TrackOutcome runTrack(const TagUpdate& update, const std::string& path) {
+    if (!ID3Tag::kindFromPath(path.c_str(), nullptr)) {
+        std::printf("File type is not supported for %s\n", path.c_str());
+        return {};
+    }
+    switch (chooseWork(update)) {
+        case TrackWork::Display:
+            return {thenRename(update,
+                               runDisplay(update, path, update.showTags, update.showFileInfo, update.showImages))};
+        case TrackWork::Check: return {thenRename(update, runCheck(path, false))};
+        case TrackWork::Fix: return {thenRename(update, runCheck(path, true))};
+        case TrackWork::ExportTagData:
+        case TrackWork::ExportCsv:
+        case TrackWork::ExportXml:
+        case TrackWork::ExportImages: return {notBuiltYet()};
+        case TrackWork::Update: return runUpdate(update, path);
+        case TrackWork::Default:
+            if (update.rename != 0) return {notBuiltYet()};
+            return {runDisplay(update, path, true, true, false)};
+    }
+    return {};
+}
+
+}  // namespace
+
+TrackWork chooseWork(const TagUpdate& update) {
+    if (update.showTags || update.showFileInfo || update.showImages) return TrackWork::Display;
+    if (update.check == 1) return TrackWork::Check;
+    if (update.check == 2) return TrackWork::Fix;
+    if (update.exportFile) return TrackWork::ExportTagData;
+    if (update.csvFile) return TrackWork::ExportCsv;
+    if (update.xmlFile) return TrackWork::ExportXml;
+    if (update.imageExportFile) return TrackWork::ExportImages;
+    if (update.anyChangeRequested() || update.anyMpegValueRequested()) return TrackWork::Update;
+    return TrackWork::Default;
+}
+
+int channelCode(unsigned channelMode) {
+    switch (channelMode) {
+        case ChannelMono: return 1;
+        case 0:
+        case 1:
+        case 2: return 2;
+        case ChannelMulti: return 3;
+        default: return 4;
+    }
+}
+
+int runTracks(const TagUpdate& update, const std::vector<std::string>& tracks) {
+    TrackStatus status = TrackStatus::Ok;
+    for (const std::string& path : tracks) {
+        TrackOutcome outcome = runTrack(update, path);
+        status = outcome.status;
+        if (outcome.endsRun) break;
+        if (status != TrackStatus::Ok && update.stopOnError) break;
+    }
+    return static_cast<int>(status);
+}
 
 }  // namespace tagwick

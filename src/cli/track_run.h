@@ -8,7 +8,28 @@ namespace tagwick {
 
 struct TagUpdate;
 
-// Runs every track of `tracks` with the scanned options; returns the status of the last track.
+// A track's outcome; the numbers are the program's exit statuses.
+enum class TrackStatus : int {
+    Ok = 0,                 // also for skipped tracks
+    NotOpened = 1,
+    TagNotWritten = 2,      // a tag could not be removed or written
+    ExportNotWritable = 3,
+    CheckFoundProblems = 4,
+    PictureNotLoaded = 5,
+    RenameFailed = 7,
+};
+
+// The one kind of work a run does, the first asked for in this order.
+enum class TrackWork { Display, Check, Fix, ExportTagData, ExportCsv, ExportXml, ExportImages, Update, Default };
+
+[[nodiscard]] TrackWork chooseWork(const TagUpdate& update);
+
+// Runs every track of `tracks` with the scanned options; returns the status of the last track
+// processed. With -e the first failing track ends the run; -mlen/-mbtr/-mfrq/-mchn end it after
+// the first track that prints them.
 int runTracks(const TagUpdate& update, const std::vector<std::string>& tracks);
+
+// -mchn's code for an MpegInfo channel mode: 1 mono, 2 stereo, 3 multi channel, 4 unknown.
+[[nodiscard]] int channelCode(unsigned channelMode);
 
 }  // namespace tagwick
