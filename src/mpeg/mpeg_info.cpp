@@ -1,0 +1,415 @@
+// The MPEG stream summary and the AIFF sound summary.
+//
+// The summary walks the mapped file as a reader stepping through a stream would: it reads
+// the headers, skips the bodies, and may stand past the end after a skip; every read there
+// finds the end of the file. Nothing is allocated per frame, so a full walk over a large
+// file costs little more than touching its pages.
+#include "mpeg/mpeg_info.h"
+
+#include <array>
+#include <charconv>
+#include <cstring>
+#include <stdexcept>
+
+#include "base/logger.h"
+#include "base/text.h"
+
+namespace tagwick {
+
+namespace {
+
+constexpr std::array<std::string_view, 6> VersionNames{"MPEG-2.5 LSF", "RESERVED", "MPEG-2 LSF",
+                                                       "MPEG-1",       "UNKNOWN",  "AIFF"};
+constexpr std::array<std::string_view, 5> LayerNames{"layer 1", "layer 2", "layer 3", "unknown", ""};
+constexpr std::array<std::string_view, 6> ChannelModeNames{"Stereo", "Joint stereo", "Dual channel",
+                                                           "Mono",   "Multi channel", "unknown"};
+
+// Indexed by version code (2.5, reserved, 2, 1) and the header's rate index; 0 marks an invalid pair.
+constexpr float SampleRates[4][4] = {
+    {11025.0f, 12000.0f, 8000.0f, 0.0f},
+    {0.0f, 0.0f, 0.0f, 0.0f},
+    {22050.0f, 24000.0f, 16000.0f, 0.0f},
+    {44100.0f, 48000.0f, 32000.0f, 0.0f},
+};
+
+// Rows 0-2: MPEG-2/2.5 layers I, II, III; rows 3-5: MPEG-1 layers I, II, III. Index 0 is free format.
+constexpr size_t BitrateRows = 6, BitrateColumns = 15;
+constexpr uint16_t Bitrates[BitrateRows][BitrateColumns] = {
+    {0, 32, 48, 56, 64, 80, 96, 112, 128, 144, 160, 176, 192, 224, 256},
+    {0, 8, 16, 24, 32, 40, 48, 56, 64, 80, 96, 112, 128, 144, 160},
+    {0, 8, 16, 24, 32, 40, 48, 56, 64, 80, 96, 112, 128, 144, 160},
+    {0, 32, 64, 96, 128, 160, 192, 224, 256, 288, 320, 352, 384, 416, 448},
+    {0, 32, 48, 56, 64, 80, 96, 112, 128, 160, 192, 224, 256, 320, 384},
+    {0, 32, 40, 48, 56, 64, 80, 96, 112, 128, 160, 192, 224, 256, 320},
+};
+
+// A word whose top 12 bits are set starts a frame.
+constexpr uint32_t SyncMask = 0xFFF00000u;
+// "TAG" of an ID3v1 record, tested as a bit mask: any word holding these bits ends the walk quietly.
+constexpr uint32_t TagWordMask = 0x54414700u;
+
+// Encoder probes of the first frame, in bytes from the frame start.
+constexpr size_t EncoderProbeAt = 36;
+constexpr size_t LameAfterXingAt = 156;  // behind a Xing header holding all its optional fields
+constexpr size_t LameTagRead = 255;
+constexpr size_t BareLameLength = 8;
+constexpr double LongVersionFrom = 3.9;
+
+// Frame bodies are scanned for "LAME" while the frame number is below this and no encoder is known.
+constexpr uint32_t BodyScanFrameLimit = 200;
+// The scan starts this many bytes before the body's end, so that 8 bytes fit behind an "L".
+constexpr uint32_t BodyScanTail = 13;
+
+constexpr uint32_t ProbeFrameLimit = 1000;   // mode 2 without VBR
+constexpr uint32_t SteadyFrameLimit = 500;   // mode 1 without VBR, and mode 1's minimum walk
+constexpr uint32_t SteadyEstimateLimit = 1000;
+constexpr int64_t SteadySpan = 200;
+constexpr uint32_t SteadyTolerance = 2;
+
+constexpr size_t ProgressTextSize = 1056;
+
+// How far ahead of the walk the file's bytes are requested, and the cache line size.
+constexpr size_t PrefetchDistance = 2048;
+constexpr size_t CacheLine = 64;
+
+std::string cutText(std::string text, size_t slotSize) {
+    if (text.size() >= slotSize) text.resize(slotSize - 1);
+    return text;
+}
+
+char lowerAscii(uint8_t c) { return char(c >= 'A' && c <= 'Z' ? c + ('a' - 'A') : c); }
+
+// The number a C library's strtod would read at the start of `text` (in the "C" locale):
+// blanks skipped, an optional sign, then a decimal number; 0 when there is none.
+double leadingNumber(const char* text) {
+    while (*text == ' ' || (*text >= '\t' && *text <= '\r')) ++text;
+    bool negative = false;
+    if (*text == '+' || *text == '-') negative = *text++ == '-';
+    double value = 0.0;
+    const char* end = text + std::strlen(text);
+    if (std::from_chars(text, end, value).ec != std::errc{}) return 0.0;
+    return negative ? -value : value;
+}
+
+// One run of the summary over one file.
+class StreamSummary {
+public:
+    StreamSummary(MpegInfo& info, Bytes file, size_t start, ScanMode mode)
+        : info_(info), file_(file), size_(file.size()), pos_(start), mode_(mode) {}
+
+    // Search, probe, walk and sum up; any frame that leaves nothing to go on sends the search
+    // on from where the reading stopped. False when no usable frame was found before the end.
+    bool run() {
+        for (;;) {
+            if (!findFirstFrame()) return false;
+            const size_t frameAt = size_t(info_.audioStart);
+            probeEncoder(frameAt);
+            pos_ = frameAt + 4;
+
+            const uint32_t bitrate = summaryBitrate(info_.versionCode, info_.layerCode, firstBitrateIndex_);
+            const float rate = sampleRateFor(info_.versionCode, info_.frequency);
+            if (rate == 0.0f) continue;
+            const uint32_t length = summaryFrameLength(bitrate, rate, firstPadding_);
+            if (length == 0) continue;
+
+            if (walk(frameAt, length, bitrate) == WalkEnd::Restart) continue;
+            if (finish()) return true;
+        }
+    }
+
+private:
+    enum class WalkEnd { Done, Restart };
+
+    uint8_t byteAt(size_t at) const { return at < size_ ? file_[at] : 0; }
+
+    // Copies what the file holds of `count` bytes at `at`; the rest of `out` is left as it is.
+    void copyAvailable(size_t at, char* out, size_t count) const {
+        if (at >= size_) return;
+        const size_t available = std::min(count, size_ - at);
+        std::memcpy(out, file_.data() + at, available);
+    }
+
+    bool matchesNoCase(size_t at, std::string_view lowerText) const {
+        for (size_t i = 0; i < lowerText.size(); ++i)
+            if (lowerAscii(byteAt(at + i)) != lowerText[i]) return false;
+        return true;
+    }
+
+    // The first pair 0xFF, then a byte with its top three bits and bit 1 set (layers I and III
+    // only), searched from the current position without a distance limit; the header found
+    // there is decoded into the summary.
+    bool findFirstFrame() {
+        size_t from = pos_;
+        for (;;) {
+            if (from >= size_) {
+                pos_ = std::max(pos_, size_);
+                return false;
+            }
+            const void* hit = std::memchr(file_.data() + from, 0xFF, size_ - from);
+            if (hit == nullptr) {
+                pos_ = size_;
+                return false;
+            }
+            const size_t at = size_t(static_cast<const uint8_t*>(hit) - file_.data());
+            if (at + 1 >= size_) {
+                pos_ = size_;
+                return false;
+            }
+            if ((file_[at + 1] & 0xE2) == 0xE2) return decodeFirstHeader(at);
+            from = at + 1;
+        }
+    }
+
+    bool decodeFirstHeader(size_t at) {
+        const uint8_t second = file_[at + 1];
+        info_.versionCode = (second >> 3) & 3;
+        info_.layerCode = uint8_t(3 - ((second >> 1) & 3));
+        info_.protectionBit = second & 1;
+        if (size_ - at < 4) {
+            pos_ = size_;
+            return false;
+        }
+        const uint8_t third = file_[at + 2];
+        const uint8_t fourth = file_[at + 3];
+        firstBitrateIndex_ = third >> 4;
+        info_.frequency = (third >> 2) & 3;
+        firstPadding_ = (third >> 1) & 1;
+        info_.channelMode = uint8_t(fourth >> 6);
+        info_.copyrightBit = (fourth >> 3) & 1;
+        info_.originalBit = (fourth >> 2) & 1;
+        info_.audioStart = at;
+        pos_ = at + 4;
+        return true;
+    }
+
+    // "Xing"/"Info" at 36 leads to a LAME tag at 156; a bare "LAME" at 36 is taken as it is.
+    void probeEncoder(size_t frameAt) {
+        encoder_.fill(0);
+        if (matchesNoCase(frameAt + EncoderProbeAt, "xing") || matchesNoCase(frameAt + EncoderProbeAt, "info")) {
+            std::array<char, LameTagRead + 1> tag{};
+            copyAvailable(frameAt + LameAfterXingAt, tag.data(), LameTagRead);
+            if (lowerAscii(uint8_t(tag[0])) != 'l' || lowerAscii(uint8_t(tag[1])) != 'a' ||
+                lowerAscii(uint8_t(tag[2])) != 'm' || lowerAscii(uint8_t(tag[3])) != 'e')
+                return;
+            // "LAME3.90.3" keeps "LAME3.90", "LAME3.96r" all 9 characters; older versions wrote
+            // longer texts, of which 20 characters are kept.
+            const double version = leadingNumber(tag.data() + 4);
+            const size_t keep = version >= LongVersionFrom ? (tag[8] == '.' ? 8 : 9) : 20;
+            std::memcpy(encoder_.data(), tag.data(), keep);
+        } else if (matchesNoCase(frameAt + EncoderProbeAt, "lame")) {
+            copyAvailable(frameAt + EncoderProbeAt, encoder_.data(), BareLameLength);
+        }
+    }
+
+    // Backwards from body offset length - 13: zero bytes are skipped, an "L" ends the scan
+    // (taking "LAME" and the 4 bytes after it when they stand there), and any other byte outside
+    // 0x20-0x7F ends it. Bytes past the end of the file read as zero.
+    void scanBody(size_t frameAt, uint32_t length) {
+        const size_t body = frameAt + 4;
+        for (size_t offset = size_t(length - BodyScanTail) + 1; offset-- > 0;) {
+            const uint8_t byte = byteAt(body + offset);
+            if (byte == 0) continue;
+            if (byte == 'L' || byte == 'l') {
+                if (matchesNoCase(body + offset, "lame")) copyAvailable(body + offset, encoder_.data(), BareLameLength);
+                return;
+            }
+            if (byte < 0x20 || byte > 0x7F) return;
+        }
+    }
+
+    // A variable bit rate gives the walk an irregular stride that the processor cannot predict,
+    // so every header would wait on memory; asking for the bytes ahead keeps such a walk as
+    // fast as a constant-rate one (it then streams through the file as a plain read does).
+    void prefetchAhead(size_t at) {
+        if (prefetched_ < at) prefetched_ = at & ~(CacheLine - 1);
+        const size_t until = std::min(at + PrefetchDistance, size_);
+        for (; prefetched_ < until; prefetched_ += CacheLine) __builtin_prefetch(file_.data() + prefetched_);
+    }
+
+    // The frame walk. The next header stands `length` bytes after the current one (a relative skip of
+    // length - 4 after the header, so a length below 4 steps back).
+    WalkEnd walk(size_t frameAt, uint32_t length, uint32_t bitrate) {
+        info_.frameCount = 1;
+        info_.vbrDetected = false;
+        bitrateSum_ = bitrate;
+        uint32_t previous = bitrate;
+        while (length != 0) {
+            if (info_.frameCount < BodyScanFrameLimit && encoder_[0] == 0 && length > 12) scanBody(frameAt, length);
+
+            const size_t next = frameAt + length;
+            prefetchAhead(next);
+            if (next >= size_ || size_ - next < 4) {
+                pos_ = std::max(next, size_);
+                return WalkEnd::Done;
+            }
+            const uint32_t word = be32At(file_, next);
+            pos_ = next + 4;
+            if ((word & SyncMask) != SyncMask) {
+                if ((word & TagWordMask) != TagWordMask) info_.streamError = true;
+                return WalkEnd::Done;
+            }
+
+            ++info_.frameCount;
+            const uint32_t version = (word >> 19) & 3;
+            const uint32_t kbps = summaryBitrate(version, 3 - ((word >> 17) & 3), (word >> 12) & 15);
+            if (kbps != previous) info_.vbrDetected = true;
+            const float rate = sampleRateFor(version, (word >> 10) & 3);
+            if (rate == 0.0f) return WalkEnd::Restart;
+            bitrateSum_ += kbps;
+            length = summaryFrameLength(kbps, rate, (word >> 9) & 1);
+            sumLengths_ += length;
+            frameAt = next;
+
+            if (mode_ == ScanMode::Steady && steadyStop()) return WalkEnd::Done;
+            if (!info_.vbrDetected && noVbrLimitReached()) return WalkEnd::Done;
+            previous = kbps;
+        }
+        return WalkEnd::Done;
+    }
+
+    // Mode 1: the average is steady once it stayed within 2 of its reference for more than 200
+    // frames (and more than 500 frames were seen). The reference and its mark outlive a return
+    // to the frame search.
+    bool steadyStop() {
+        const uint32_t average = uint32_t(bitrateSum_ / info_.frameCount);
+        const uint32_t distance = average > steadyReference_ ? average - steadyReference_ : steadyReference_ - average;
+        if (distance > SteadyTolerance) {
+            steadyReference_ = average;
+            steadyMark_ = info_.frameCount;
+            return false;
+        }
+        if (steadyMark_ != 0 && int64_t(info_.frameCount) - int64_t(steadyMark_) > SteadySpan &&
+            info_.frameCount > SteadyFrameLimit)
+            return true;
+        if (info_.frameCount > SteadyEstimateLimit) {
+            info_.estimated = true;
+            return true;
+        }
+        return false;
+    }
+
+    bool noVbrLimitReached() {
+        const uint32_t limit = mode_ == ScanMode::Probe    ? ProbeFrameLimit
+                               : mode_ == ScanMode::Steady ? SteadyFrameLimit
+                                                           : 0;
+        if (limit == 0 || info_.frameCount <= limit) return false;
+        info_.estimated = true;
+        Logger::log(LogProgress, "VBR has not been found in the first %d frames (assuming CBR)", int(limit));
+        return true;
+    }
+
+    // Average, label, extrapolated count and length; false when the average came out as zero
+    // (the search then goes on).
+    bool finish() {
+        info_.averageBitrate = uint32_t(bitrateSum_ / info_.frameCount);
+        const std::string_view label = rateLabel(info_.vbrDetected, info_.estimated);
+        info_.bitrateText = cutText(format("%d kbps (%.*s)", int(info_.averageBitrate), int(label.size()), label.data()),
+                                    BitrateTextSize);
+        const uint64_t audioBytes = size_ - info_.audioStart;
+        if (info_.estimated) {
+            // The first frame's length is not in the sum while it is in the count: the slightly
+            // low average length is part of the design.
+            const uint64_t averageLength = sumLengths_ / info_.frameCount;
+            if (averageLength == 0) throw std::domain_error("no frame length to extrapolate from");
+            info_.frameCount = uint32_t(audioBytes / averageLength);
+        }
+        if (info_.averageBitrate == 0) return false;
+        setLength(info_, audioBytes * 8, uint64_t(info_.averageBitrate) * 1000);
+        info_.encoder = encoder_.data();
+        return true;
+    }
+
+    MpegInfo& info_;
+    Bytes file_;
+    size_t size_;
+    size_t pos_;
+    ScanMode mode_;
+    std::array<char, EncoderTextSize> encoder_{};
+    uint32_t firstBitrateIndex_ = 0;
+    uint32_t firstPadding_ = 0;
+    uint64_t bitrateSum_ = 0;
+    size_t prefetched_ = 0;
+    // Kept across returns to the frame search within one call.
+    uint64_t sumLengths_ = 0;
+    uint32_t steadyReference_ = 0;
+    uint32_t steadyMark_ = 0;
+};
+
+}  // namespace
+
+uint32_t summaryFrameLength(uint32_t bitrateKbps, float sampleRate, uint32_t padding) {
+    if (!(sampleRate > 0.0f)) return 0;
+    const uint32_t product = bitrateKbps * 144000u;
+    const float quotient = float(product) / sampleRate;
+    // Only an absurd rate could push the quotient past 32 bits; keep the conversion defined.
+    if (!(quotient < 4294967296.0f)) return UINT32_MAX;
+    return uint32_t(quotient) + padding;
+}
+
+uint32_t summaryBitrate(uint32_t versionCode, uint32_t layerCode, uint32_t index) {
+    const size_t row = size_t(versionCode & 1) * 3 + layerCode;
+    if (row >= BitrateRows || index >= BitrateColumns) return 0;
+    return Bitrates[row][index];
+}
+
+float sampleRateFor(uint32_t versionCode, uint32_t index) {
+    if (versionCode > 3 || index > 3) return 0.0f;
+    return SampleRates[versionCode][index];
+}
+
+std::string_view versionName(uint32_t code) {
+    return code < VersionNames.size() ? VersionNames[code] : VersionNames[VersionUnknown];
+}
+
+std::string_view layerName(uint32_t code) { return code < LayerNames.size() ? LayerNames[code] : LayerNames[3]; }
+
+std::string_view channelModeName(uint32_t code) {
+    return code < ChannelModeNames.size() ? ChannelModeNames[code] : ChannelModeNames[ChannelUnknown];
+}
+
+std::string_view rateLabel(bool vbr, bool estimated) {
+    if (vbr) return estimated ? "VBR quick" : "VBR average";
+    return estimated ? "CBR quick" : "CBR";
+}
+
+void setLength(MpegInfo& info, uint64_t numerator, uint64_t denominator) {
+    info.lengthSeconds = denominator != 0 ? numerator / denominator : 0;
+    info.lengthText = cutText(durationText((long long)numerator, (long long)denominator), LengthTextSize);
+}
+
+bool loadMpegInfo(MpegInfo& info, Bytes file, size_t start, ScanMode mode, const ProgressCallback* progress,
+                  const char* fileName) {
+    info.streamError = false;
+    try {
+        StreamSummary summary(info, file, start, mode);
+        if (!summary.run()) return false;
+    } catch (...) {
+        Logger::log(LogError, "Failed to parse the MPEG data");
+    }
+    if (progress != nullptr && *progress) {
+        char message[ProgressTextSize];
+        formatBounded(message, sizeof message, "Loading %s", fileName ? fileName : "(null)");
+        (*progress)(message, 100);
+    }
+    return true;
+}
+
+bool loadAiffInfo(MpegInfo& info, const AiffCommon& common) {
+    info.versionCode = VersionAiff;
+    info.layerCode = LayerNone;
+    if (common.sampleRate == 0) return false;
+    info.sampleSize = common.sampleSize;
+    // Unsigned 32-bit on purpose: the product wraps for absurd values rather than widening.
+    info.averageBitrate = common.sampleSize * uint32_t(common.channels) * common.sampleRate / 1000u;
+    if (common.channels == 1) info.channelMode = ChannelMono;
+    else if (common.channels > 2) info.channelMode = ChannelMulti;
+    info.frameCount = common.sampleFrames;
+    info.frequency = common.sampleRate;
+    // Five or more sample frames past the last whole second count as one more second.
+    const uint64_t frames = common.sampleFrames;
+    const uint64_t rate = common.sampleRate;
+    setLength(info, frames % rate > 4 ? frames + rate : frames, rate);
+    return true;
+}
+
+}  // namespace tagwick
