@@ -1,0 +1,172 @@
+// Byte-exact ID3v2 payloads, frames and tags for the tests (the version 2 half of tag_builders.h).
+#include <algorithm>
+
+#include "support/tag_builders.h"
+
+namespace tagwick::support {
+
+namespace {
+
+void append(ByteVec& out, std::span<const uint8_t> bytes) { out.insert(out.end(), bytes.begin(), bytes.end()); }
+
+void append(ByteVec& out, std::string_view text) { out.insert(out.end(), text.begin(), text.end()); }
+
+// Exactly `width` bytes of `text`: cut, or filled with zero bytes.
+void appendFixed(ByteVec& out, std::string_view text, size_t width) {
+    std::string_view head = text.substr(0, std::min(width, text.size()));
+    append(out, head);
+    out.insert(out.end(), width - head.size(), 0);
+}
+
+size_t terminatorLength(uint8_t encoding) { return encoding == 1 || encoding == 2 ? 2 : 1; }
+
+void appendBe32(ByteVec& out, uint32_t value) {
+    for (int shift = 24; shift >= 0; shift -= 8) out.push_back(uint8_t(value >> shift));
+}
+
+}  // namespace
+
+ByteVec utf16Bytes(std::u16string_view text, bool bigEndian, bool withBom) {
+    ByteVec out;
+    auto unit = [&](char16_t u) {
+        if (bigEndian) {
+            out.push_back(uint8_t(u >> 8));
+            out.push_back(uint8_t(u & 0xFF));
+        } else {
+            out.push_back(uint8_t(u & 0xFF));
+            out.push_back(uint8_t(u >> 8));
+        }
+    };
+    if (withBom) unit(0xFEFF);
+    for (char16_t u : text) unit(u);
+    return out;
+}
+
+ByteVec textPayload(uint8_t encoding, std::span<const uint8_t> text) {
+    ByteVec out{encoding};
+    append(out, text);
+    return out;
+}
+
+ByteVec latin1Payload(std::string_view text) {
+    ByteVec out{0};
+    append(out, text);
+    return out;
+}
+
+ByteVec commentPayload(uint8_t encoding, std::string_view language, std::span<const uint8_t> description,
+                       std::span<const uint8_t> text) {
+    ByteVec out{encoding};
+    appendFixed(out, language, 3);
+    append(out, description);
+    out.insert(out.end(), terminatorLength(encoding), 0);
+    append(out, text);
+    return out;
+}
+
+ByteVec apicPayload(std::string_view mime, uint8_t pictureType, std::string_view description,
+                    std::span<const uint8_t> data) {
+    ByteVec out{0};
+    append(out, mime);
+    out.push_back(0);
+    out.push_back(pictureType);
+    append(out, description);
+    out.push_back(0);
+    append(out, data);
+    return out;
+}
+
+ByteVec picPayload(std::string_view format3, uint8_t pictureType, std::string_view description,
+                   std::span<const uint8_t> data) {
+    ByteVec out{0};
+    appendFixed(out, format3, 3);
+    out.push_back(pictureType);
+    append(out, description);
+    out.push_back(0);
+    append(out, data);
+    return out;
+}
+
+ByteVec ufidPayload(std::string_view owner, std::span<const uint8_t> identifier) {
+    ByteVec out;
+    append(out, owner);
+    out.push_back(0);
+    append(out, identifier);
+    return out;
+}
+
+ByteVec popmPayload(std::string_view email, uint8_t rating, std::span<const uint8_t> counter) {
+    ByteVec out;
+    append(out, email);
+    out.push_back(0);
+    out.push_back(rating);
+    append(out, counter);
+    return out;
+}
+
+ByteVec userUrlPayload(uint8_t encoding, std::span<const uint8_t> description, std::string_view url) {
+    ByteVec out{encoding};
+    append(out, description);
+    out.insert(out.end(), terminatorLength(encoding), 0);
+    append(out, url);
+    return out;
+}
+
+ByteVec buildV2Frame(int major, const V2Frame& frame) {
+    ByteVec out;
+    append(out, frame.id);
+    uint32_t size = frame.sizeOverride.value_or(uint32_t(frame.payload.size()));
+    if (major <= 2) {
+        out.push_back(uint8_t(size >> 16));
+        out.push_back(uint8_t(size >> 8));
+        out.push_back(uint8_t(size));
+    } else {
+        if (major >= 4 && !frame.plainSize) append(out, syncsafeBytes(size));
+        else appendBe32(out, size);
+        out.push_back(uint8_t(frame.flags >> 8));
+        out.push_back(uint8_t(frame.flags));
+    }
+    append(out, frame.payload);
+    return out;
+}
+
+ByteVec buildV2Tag(const V2TagSpec& layout) {
+    ByteVec body = layout.extendedHeader;
+    for (const V2Frame& frame : layout.frames) append(body, buildV2Frame(layout.major, frame));
+    body.insert(body.end(), layout.padding, 0);
+    if (layout.unsynchroniseBody) body = unsynchronise(body);
+
+    uint32_t size = layout.sizeOverride.value_or(uint32_t(body.size()));
+    auto header = [&](std::string_view magic) {
+        ByteVec out;
+        append(out, magic);
+        out.push_back(uint8_t(layout.major));
+        out.push_back(uint8_t(layout.revision));
+        out.push_back(layout.flags);
+        append(out, syncsafeBytes(size));
+        return out;
+    };
+    ByteVec out = header("ID3");
+    append(out, body);
+    if (layout.footer) append(out, header("3DI"));
+    return out;
+}
+
+ByteVec unsynchronise(std::span<const uint8_t> data) {
+    ByteVec out;
+    out.reserve(data.size() + data.size() / 8);
+    for (size_t i = 0; i < data.size(); ++i) {
+        out.push_back(data[i]);
+        if (data[i] != 0xFF) continue;
+        bool last = i + 1 == data.size();
+        if (last || data[i + 1] >= 0xE0 || data[i + 1] == 0) out.push_back(0);
+    }
+    return out;
+}
+
+ByteVec syncsafeBytes(uint32_t value) {
+    return {uint8_t((value >> 21) & 0x7F), uint8_t((value >> 14) & 0x7F), uint8_t((value >> 7) & 0x7F),
+            uint8_t(value & 0x7F)};
+}
+
+}  // namespace tagwick::support
