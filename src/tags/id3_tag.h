@@ -27,26 +27,32 @@ public:
     ID3Tag& operator=(const ID3Tag&) = delete;
 
     float frequencyKHz() const override { return frequencyHz() / 1000.0f; }
+    // MPEG: the sample rate of the first frame's version and rate index; AIFF: the COMM rate.
     float frequencyHz() const override;
 
+    // Back to a fresh track: no kind, no path, empty tags and summary, default settings.
     void reset();
     // Decides the kind from the four characters at the last '.'; stores it when `track` is given.
     static bool kindFromPath(const char* path, ID3Tag* track);
     // Loads the track; returns the stream summary's result (non-zero for success), or 0.
+    // A tag data file returns 0 even when it was read: kindCheckPassed tells that it opened.
     int open(const char* path, const ProgressCallback* progress = nullptr, bool checkWritable = false);
+    // Hands the whole tag at `offset` (`size` bytes claimed, header included) to the version 2
+    // reader. Only the bytes the file really holds are given to it. Returns 1 when parsed.
+    int loadTagAt(Bytes file, size_t offset, size_t size);
 
     // Version 2.
     Id3v2Tag v2;
     bool v2Present = false;  // a version 2 tag was located and handed to the reader
     bool v2Found = false;
-    int trackFormatFlag = 0;
+    int trackFormatFlag = 1;
     int tagTypeMode = 0;
     bool textConversion = true;
 
     std::string path;
     std::string sizeText;
-    uint32_t aiffTagOffset = 0;
-    uint32_t aiffTagSize = 0;
+    uint32_t aiffTagOffset = 0;  // data offset of the "ID3 " chunk met by the chunk walk
+    uint32_t aiffTagSize = 0;    // its data size (odd sizes rounded up)
     bool writable = true;
     bool v2TextConversion = true;
     bool isMp3 = false, isAiff = false, isTagDataFile = false;
@@ -68,6 +74,18 @@ public:
     // Set once the kind check of the first bytes passed (a tag data file counts as opened then).
     bool kindCheckPassed = false;
     uint64_t fileSize = 0;
+    // The AIFF sound parameters from the last COMM chunk of the walk.
+    AiffCommon aiff;
+
+private:
+    // The tags, the summary and what the chunk walk found (the settings stay).
+    void clearLoadedState();
 };
+
+// The frame sync scan of the kind check over the first 8192 bytes: a 0xFF byte followed by
+// one with its top three bits set; an MP3 also needs bit 1 of that second byte, except when
+// the scan stops right on a pair that failed only that test. `end` receives the position
+// just past the accepted pair (or where the scan stopped).
+bool scanForFrameSync(Bytes file, bool tagDataFile, size_t* end = nullptr);
 
 }  // namespace tagwick
