@@ -2,6 +2,7 @@
 // MPEG-1 layer III audio led by an Info/LAME header, and an ID3v1 record.
 #include <cstdio>
 #include <string>
+#include <utility>
 
 #include "support/mpeg_builders.h"
 #include "support/tag_builders.h"
@@ -10,7 +11,14 @@ using namespace tagwick::support;
 
 namespace {
 
-V2Frame textFrame(const char* id, std::string_view text) { return V2Frame{id, latin1Payload(text)}; }
+V2Frame frame(const char* id, ByteVec payload) {
+    V2Frame f;
+    f.id = id;
+    f.payload = std::move(payload);
+    return f;
+}
+
+V2Frame textFrame(const char* id, std::string_view text) { return frame(id, latin1Payload(text)); }
 
 ByteVec sampleTag() {
     V2TagSpec tag;
@@ -22,7 +30,7 @@ ByteVec sampleTag() {
         textFrame("TYER", "2026"),
         textFrame("TRCK", "1/10"),
         textFrame("TCON", "(17)Rock"),
-        V2Frame{"COMM", commentPayload(0, "eng", {}, bytesOf("A track made by make_sample_track"))},
+        frame("COMM", commentPayload(0, "eng", {}, bytesOf("A track made by make_sample_track"))),
     };
     tag.padding = 128;
     return buildV2Tag(tag);
@@ -50,7 +58,15 @@ int main(int argc, char** argv) {
     }
     ByteVec track = sampleTag();
     append(track, sampleAudio());
-    append(track, buildV1(V1Spec{"Sample Song", "The Sample Makers", "Made Here", "2026", "Sample", 1, 17}));
+    V1Spec v1;
+    v1.title = "Sample Song";
+    v1.artist = "The Sample Makers";
+    v1.album = "Made Here";
+    v1.year = "2026";
+    v1.comment = "Sample";
+    v1.track = 1;
+    v1.genre = 17;
+    append(track, buildV1(v1));
     FILE* out = std::fopen(argv[1], "wb");
     if (out == nullptr) {
         std::perror(argv[1]);

@@ -69,8 +69,10 @@ bool isPlainBigEndianLatin(Bytes text) {
 }
 
 std::vector<uint8_t> withBigEndianMark(Bytes text) {
-    std::vector<uint8_t> out{0xFE, 0xFF};
-    out.insert(out.end(), text.begin(), text.end());
+    std::vector<uint8_t> out(text.size() + 2);
+    out[0] = 0xFE;
+    out[1] = 0xFF;
+    std::copy(text.begin(), text.end(), out.begin() + 2);
     return out;
 }
 
