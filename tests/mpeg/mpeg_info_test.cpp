@@ -951,7 +951,7 @@ TEST(AiffSummary, FieldsFromCommonChunk) {
     EXPECT_EQ(info.sampleSize, 16u);
     EXPECT_EQ(info.frequency, 44100u);
     EXPECT_EQ(info.frameCount, 44100u);
-    EXPECT_EQ(info.channelMode, ChannelUnknown);  // two channels leave the mode as it was
+    EXPECT_EQ(info.channelMode, 0);  // two channels leave the cleared mode: stereo
     EXPECT_EQ(versionName(info.versionCode), "AIFF");
     EXPECT_EQ(layerName(info.layerCode), "");
 }
