@@ -18,46 +18,29 @@ using support::runCli;
 
 const std::string VersionLine = "Tagwick version: 1.24.38 (1.17.78.342) \n\n";
 const std::string NoTrack = "No target track specified (use -h for help)\n";
+const std::string LogHeader = "\n# Tagwick CMD Version 1.24.38 (1.17.78.342)\n";
 
-std::string logHeader() { return "\n# Tagwick CMD Version 1.24.38 (1.17.78.342)\n"; }
-
-class HelpRequest : public testing::TestWithParam<std::vector<std::string>> {};
-
-TEST_P(HelpRequest, PrintsVersionAndHelpOnly) {
+TEST(Cli, HelpRequestPrintsVersionAndHelpAndProcessesNothing) {
     support::TempDir dir;
     support::writeText(dir.file("song.mp3"), "not really audio");
     CliOptions options;
     options.workingDir = dir.path();
-    CliResult r = runCli(GetParam(), options);
-    EXPECT_EQ(r.status, 0);
-    EXPECT_EQ(r.out, VersionLine + helpText());
-    EXPECT_NE(r.out.find("\nUsage: tagwickcli [options] file [file]...\n\nVersion 2 tag information:\n"),
-              std::string::npos);
-    for (const char* line : {"\nVersion 1 tag information:\n", "\nPodcast information:\n", "\nMPEG information:\n",
-                             "\nMiscellaneous:\n", "does not include cf, cl, im, ir, ly, es, vn, pcon or pcof.\n"}) {
-        EXPECT_NE(r.out.find(line), std::string::npos) << line;
+    const std::vector<std::string> requests[] = {
+        {}, {"-h"}, {"-?"}, {"/H"}, {"song.mp3", "-ti", "x", "-h"}, {"-ver", "-h", "song.mp3"}};
+    for (const std::vector<std::string>& args : requests) {
+        CliResult r = runCli(args, options);
+        EXPECT_EQ(r.status, 0);
+        EXPECT_EQ(r.out, VersionLine + helpText()) << testing::PrintToString(args);
     }
-    // The file named with the help request is left alone.
     EXPECT_EQ(support::readText(dir.file("song.mp3")), "not really audio");
 }
 
-INSTANTIATE_TEST_SUITE_P(Cli, HelpRequest,
-                         testing::Values(std::vector<std::string>{}, std::vector<std::string>{"-h"},
-                                         std::vector<std::string>{"-?"}, std::vector<std::string>{"/H"},
-                                         std::vector<std::string>{"song.mp3", "-ti", "x", "-h"},
-                                         std::vector<std::string>{"-ver", "-h", "song.mp3"}),
-                         [](const auto& info) { return "Case" + std::to_string(info.index); });
-
-TEST(Cli, VersionRequestGoesOn) {
+TEST(Cli, VersionRequestGoesOnToTheTracks) {
     CliResult r = runCli({"-ver"});
     EXPECT_EQ(r.status, 0);
     EXPECT_EQ(r.out, VersionLine + NoTrack);
-}
-
-TEST(Cli, NoTrackIsReported) {
-    CliResult r = runCli({"-d", "-ti", "x"});
-    EXPECT_EQ(r.status, 0);
-    EXPECT_EQ(r.out, NoTrack);
+    // Without a log file the Logger writes to standard error, header included.
+    EXPECT_NE(r.err.find(LogHeader), std::string::npos) << r.err;
 }
 
 TEST(Cli, ScanMessagesGoToStandardOutputInOrder) {
@@ -78,74 +61,52 @@ TEST(Cli, ScanMessagesGoToStandardOutputInOrder) {
                   NoTrack);
 }
 
-TEST(Cli, HeaderNeverReachesStandardOutput) {
-    CliResult r = runCli({"-ver"});
-    EXPECT_EQ(r.out.find("CMD Version"), std::string::npos);
-    // Without a log file the Logger writes to standard error.
-    EXPECT_NE(r.err.find("# Tagwick CMD Version 1.24.38 (1.17.78.342)\n"), std::string::npos) << r.err;
-}
-
-// A user of the test's own with a log folder under /Users, removed at the end.
-class RunLogFile : public testing::Test {
-protected:
-    void SetUp() override {
-        name_ = "tagwick-e2e-" + std::to_string(getpid()) + "-" +
-                testing::UnitTest::GetInstance()->current_test_info()->name();
-        createdRoot_ = !std::filesystem::exists("/Users");
-        std::error_code error;
-        std::filesystem::create_directories(logFolder(), error);
-        if (error) GTEST_SKIP() << "cannot create " << logFolder() << ": " << error.message();
-        created_ = true;
-    }
-    void TearDown() override {
+// Removes a folder of the test's own, and /Users too when the test made it and it is empty.
+struct Cleanup {
+    std::string path;
+    bool madeRoot;
+    ~Cleanup() {
         std::error_code ignored;
-        if (created_) std::filesystem::remove_all("/Users/" + name_, ignored);
-        // Only when this test made it, and only while empty (other runs may be using it).
-        if (createdRoot_) rmdir("/Users");
+        std::filesystem::remove_all(path, ignored);
+        if (madeRoot) rmdir("/Users");
     }
-    std::string logFolder() const { return "/Users/" + name_ + "/library/logs"; }
-    std::string logFile() const { return logFolder() + "/tagwick.log"; }
-
-    std::string name_;
-    bool created_ = false;
-    bool createdRoot_ = false;
 };
 
-TEST_F(RunLogFile, TwoRunsAppendTwoHeaders) {
+TEST(Cli, RunsAppendAHeaderEachToTheUsersLogAndMessagesEchoWithoutTheDate) {
+    const std::string name = "tagwick-e2e-" + std::to_string(getpid()), home = "/Users/" + name;
+    const std::string log = home + "/library/logs/tagwick.log";
+    Cleanup cleanup{home, !std::filesystem::exists("/Users")};
+    std::error_code error;
+    std::filesystem::create_directories(home + "/library/logs", error);
+    if (error) GTEST_SKIP() << "cannot create " << home << ": " << error.message();
+    support::writeText(log, "earlier line\n");
+    support::TempDir dir;
+    support::writeText(dir.file("a.mp3"), "junk");
     CliOptions options;
-    options.user = name_;
-    CliResult first = runCli({"-ver"}, options);
-    CliResult second = runCli({"-d"}, options);
-    EXPECT_EQ(first.out, VersionLine + NoTrack);
-    EXPECT_EQ(second.out, NoTrack);
-    EXPECT_EQ(first.err, "");
-    EXPECT_EQ(second.err, "");
-    EXPECT_EQ(support::readText(logFile()), logHeader() + logHeader());
-}
-
-TEST_F(RunLogFile, LognameGivesTheNameWhenUserIsUnset) {
-    CliOptions options;
-    options.user = "";
-    options.env = {{"LOGNAME", name_}};
-    CliResult r = runCli({"-ver"}, options);
-    EXPECT_EQ(r.status, 0);
-    EXPECT_EQ(support::readText(logFile()), logHeader());
-}
-
-TEST_F(RunLogFile, UserComesBeforeLogname) {
-    CliOptions options;
-    options.user = name_;
+    options.user = name;  // USER comes before LOGNAME
     options.env = {{"LOGNAME", "tagwick-e2e-someone-else"}};
-    runCli({"-ver"}, options);
-    EXPECT_EQ(support::readText(logFile()), logHeader());
-}
+    options.workingDir = dir.path();
 
-TEST_F(RunLogFile, ExistingLogIsAppendedTo) {
-    support::writeText(logFile(), "earlier line\n");
-    CliOptions options;
-    options.user = name_;
-    runCli({"-h"}, options);
-    EXPECT_EQ(support::readText(logFile()), "earlier line\n" + logHeader());
+    CliResult failed = runCli({"-ti", "x", "a.mp3"}, options);
+    EXPECT_EQ(failed.status, 1);
+    EXPECT_EQ(failed.out, "File is not a valid MP3 file (0x6A756E6B)\n");
+    CliResult second = runCli({"-ver"}, options);
+    EXPECT_EQ(second.out, VersionLine + NoTrack);
+    EXPECT_EQ(failed.err + second.err, "");
+
+    const std::string message = ": File is not a valid MP3 file (0x6A756E6B)\n";
+    std::string text = support::readText(log);
+    const std::string start = "earlier line\n" + LogHeader;
+    ASSERT_EQ(text.rfind(start, 0), 0u) << text;
+    // "YYYY-MM-DD hh:mm:ss" then the message, then the second run's header.
+    std::string rest = text.substr(start.size());
+    EXPECT_TRUE(rest.size() > 19 && rest[4] == '-' && rest[10] == ' ') << text;
+    EXPECT_EQ(rest.substr(19), message + LogHeader);
+
+    options.user = "";  // with USER unset, LOGNAME names the log's owner
+    options.env = {{"LOGNAME", name}};
+    runCli({"-ver"}, options);
+    EXPECT_EQ(support::readText(log), text + LogHeader);
 }
 
 }  // namespace
