@@ -10,7 +10,6 @@ namespace tagwick {
 
 namespace {
 
-constexpr size_t ChunkHeaderSize = 8;
 constexpr uint32_t CommMinimumSize = 18;  // channels, frames, sample size, 80-bit rate
 constexpr size_t ExtendedSize = 10;
 

@@ -20,7 +20,6 @@ namespace tagwick {
 namespace {
 
 constexpr size_t SyncScanLimit = 8192;
-constexpr size_t V2HeaderSize = 10;
 
 void report(const ProgressCallback* progress, const char* message, int percent) {
     if (progress && *progress) (*progress)(message, percent);
