@@ -3,7 +3,9 @@
 #include <array>
 #include <cerrno>
 #include <cstdio>
+#include <fcntl.h>
 #include <new>
+#include <unistd.h>
 
 #include "base/files.h"
 #include "base/text.h"
@@ -22,6 +24,20 @@ constexpr TextFileKind CommentsKind{"Failed to open the comments file '%s' (%d)\
                                     "Failed to read the comments data (%d)\n"};
 constexpr TextFileKind LyricsKind{"Failed to open the lyrics file '%s' (%d)\n", "Failed to read the lyrics data (%d)\n"};
 
+// Opens `path` with mode "rb" without waiting: a named pipe with no writer would otherwise
+// block the open for ever. Null with errno set on failure.
+FILE* openForReading(const char* path) {
+    int fd = ::open(path, O_RDONLY | O_NONBLOCK);
+    if (fd < 0) return nullptr;
+    FILE* file = ::fdopen(fd, "rb");
+    if (file == nullptr) {
+        int error = errno;
+        ::close(fd);
+        errno = error;
+    }
+    return file;
+}
+
 // Reads exactly `size` bytes; false on a short read (errno tells why, when anything does).
 bool readExactly(FILE* file, std::vector<uint8_t>& data, size_t size) {
     try {
@@ -36,7 +52,7 @@ bool readExactly(FILE* file, std::vector<uint8_t>& data, size_t size) {
 
 std::optional<std::string> readTextFile(const char* path, const TextFileKind& kind) {
     long long size = fileSize(path);
-    UniqueFile file(std::fopen(path, "rb"));
+    UniqueFile file(openForReading(path));
     if (!file) {
         std::printf(kind.openFailure, path, errno);
         return std::nullopt;
@@ -94,7 +110,7 @@ const char* pictureTypeWord(PictureType type) {
 
 bool loadPicture(const char* path, std::vector<uint8_t>& data, std::string& formatWord) {
     long long size = fileSize(path);
-    UniqueFile file(std::fopen(path, "rb"));
+    UniqueFile file(openForReading(path));
     if (!file) {
         std::printf("Failed to open the picture '%s' (%d)\n", path, errno);
         return false;

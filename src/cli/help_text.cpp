@@ -38,7 +38,7 @@ constexpr HelpEntry Version2Entries[] = {
     {"-al utext", "album/movie/show title"},
     {"-yr text", "year of the recording"},
     {"-gn utext", "genre or content type"},
-    {"-co utext", "comments, with the escapes \\n, \\r, \\t and \\\\"},
+    {"-co utext", "comments, with escapes (\\n, \\r, \\t and \\\\)"},
     {"-cf file", "comments from a text file"},
     {"-cm utext", "composer(s)"},
     {"-cp utext", "copyright message"},
@@ -61,25 +61,27 @@ constexpr HelpEntry Version2Entries[] = {
     {"-ss number", "number of sets (iTunes \"Disk Number\")"},
     {"-is text", "ISRC"},
     {"-rc text", "recording time stamp (e.g. yyyy-MM-dd HH:mm:ss)"},
-    {"-rl text", "release time stamp (e.g. yyyy-MM-dd HH:mm:ss)"},
+    {"-rl text", "release time stamp (same form)"},
     {"-ik text", "initial musical key"},
-    {"-bm number", "beats per minute"},
+    {"-bm number", "beats per minute (kept as text)"},
     {"-au text", "artist URL link"},
-    {"-ad number", "advisory: 1 explicit, 2 clean, anything else none"},
+    {"-ad number", "advisory: only the value's first character counts: 1 explicit (1), 2 clean (2), anything "
+                    "else none (0); the value is always consumed"},
     {"-mo text", "mood"},
     {"-pn text", "produced notice"},
     {"-iw text", "ISWC"},
-    {"-uf owner id", "unique file identifier: an owner string (such as\n"
-                     "a URL) and an identifier, both required"},
-    {"-vn version", "version to write: 2.3 or 2.4 (chosen automatically\n"
-                    "when not given)"},
+    {"-uf owner id", "unique file identifier: two values, both required, an owner string (such as a URL) "
+                     "and an identifier; the identifier is cut to 64 bytes and an empty owner becomes "
+                     "\"Default\" when the frame is built"},
+    {"-vn version", "version to write: \"2.3\" gives 3, \"2.4\" gives 4; any other value is consumed and "
+                    "ignored, and without the option the version is chosen automatically"},
 };
 
 constexpr HelpEntry Version1Entries[] = {
     {"-t text", "title"},
     {"-a text", "artist"},
     {"-b text", "album"},
-    {"-y number", "year (four digits)"},
+    {"-y number", "year (four digits; kept as text)"},
     {"-c text", "short comment"},
     {"-n number", "track number 0-255"},
     {"-g number", "genre ID"},
@@ -97,50 +99,43 @@ constexpr HelpEntry MpegEntries[] = {
     {"-mlen", "print the track length in seconds"},
     {"-mbtr", "print the bit rate in bit/s"},
     {"-mfrq", "print the frequency in Hz"},
-    {"-mchn", "print the channel code: 1 mono, 2 stereo, 3 multi,\n"
-              "4 unknown"},
+    {"-mchn", "print the channel code: 1 mono, 2 stereo, 3 multi, 4 unknown"},
     {"-check [fix]", "check the MPEG stream, and with fix rebuild it\n"
                      "Fixing errors may remove the ID3v2 tag"},
 };
 
 constexpr HelpEntry MiscellaneousEntries[] = {
-    {"-out file", "save to this file instead of updating the input\n"
-                  "track"},
+    {"-out file", "save to this file instead of updating the input track"},
     {"-d", "display the track's tags"},
-    {"-m [novbr]", "display the track information; novbr skips the VBR\n"
-                   "scan for speed"},
+    {"-m [novbr]", "display the track information; novbr skips the VBR scan for speed"},
     {"-imd", "display tag image types and sizes"},
-    {"-import file", "load tag data from a .mp3 or .tdf file into every\n"
-                     "track"},
+    {"-import file", "load tag data from a .mp3 or .tdf file into every track"},
     {"-export file", "save the track's tag data to a file"},
-    {"-csv file [v]", "save tag data as CSV"},
+    {"-csv file [v]", "save tag data as CSV; v 1 restricts to the previous output version"},
     {"-xml file [noimg] [v]", "save tag data as XML, without images with noimg\n"
                               "Note: If v is set to 1 the CSV or XML will be retricted\n"
                               "to a previous version for compatability"},
-    {"-imex file [all]", "save the first tag image, or all with all (numbered\n"
-                         "names); a folder gets the default name such as\n"
-                         "Picture.jpg"},
-    {"-folder", "make a folder from album and artist and move the\n"
-                "track into it; it acts only together with -rename"},
-    {"-rename [utf8] [format]", "rename the updated track from its tags; %A artist,\n"
-                                "%L album, %T title, %N track, %Y year"},
-    {"-rmape", "remove an APE tag when the V1 tag is saved or\n"
-               "removed"},
+    {"-imex file [all]", "save the first tag image, or all with all (numbered names); a folder gets "
+                         "the default name such as Picture.jpg"},
+    {"-folder", "make a folder from album and artist and move the track into it; it acts "
+                "only together with -rename"},
+    {"-rename [utf8] [format]", "rename the updated track from its tags; %A artist, %L album, %T title, "
+                                "%N track, %Y year"},
+    {"-rmape", "remove an APE tag when the V1 tag is saved or removed"},
     {"-rm1", "remove V1 tags"},
     {"-rm2", "remove V2 tags"},
     {"-rim", "remove all images"},
     {"-rly", "remove all lyrics"},
     {"-kd", "keep the file dates after updating"},
     {"-trim", "trim white space at both ends of text fields"},
-    {"-tagtype number", "how tag fields are replaced: 0 replace existing\n"
-                        "fields (default), 1 supported fields only, 2 all\n"
-                        "valid fields"},
+    {"-tagtype number", "how tag fields are replaced: 0 replace existing fields (default), 1 "
+                        "supported fields only, 2 all valid fields; a value above 2 is taken as 2"},
     {"-iac", "ignore AIFF corruption"},
     {"-v1v2", "copy the V1 tag to V2"},
     {"-v2v1", "copy the V2 tag to V1"},
     {"-e", "do not process the next track after an error"},
     {"-trash", "move the original track to the trash when updating"},
-    {"-v", "verbose: more detail in messages and the log"},
+    {"-v", "verbose: each -v raises the log level to 3 and counts one"},
     {"-ver", "print the version line"},
     {"-h, -?", "print the help text"},
 };

@@ -79,13 +79,6 @@ int leadingNumber(const char* text) {
     return static_cast<int>(value);
 }
 
-// The leading digits as text, for number options whose value is kept as text ("0042" stays).
-std::string leadingDigits(const char* text) {
-    const char* end = text;
-    while (startsWithDigit(end)) ++end;
-    return std::string(text, end);
-}
-
 // The arguments and the position of the one being scanned.
 class ArgCursor {
 public:
@@ -366,7 +359,8 @@ bool applyNumberOption(std::string_view name, ArgCursor& args, TagUpdate& u) {
     }
     for (const TextOption& option : numberTextOptions) {
         if (!equalsNoCase(name, option.name) || !args.valueFollows()) continue;
-        if (startsWithDigit(args.peek())) u.*option.field = leadingDigits(args.take());
+        // Converted like the other numbers, then kept as the number's text ("0042" gives "42").
+        if (startsWithDigit(args.peek())) u.*option.field = std::to_string(leadingNumber(args.take()));
         return true;
     }
     return false;

@@ -1,7 +1,12 @@
 #include "cli/field_files.h"
 
 #include <gtest/gtest.h>
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <future>
 
 #include <string>
 #include <vector>
@@ -108,6 +113,37 @@ TEST(TextFiles, ReadersReadWholeFilesAndReportWithTheirOwnWording) {
     EXPECT_EQ(printedBy([&] { comments = readCommentsFile(dir.path().c_str()); }),
               "Failed to read the comments data (21)\n");
     EXPECT_FALSE(lyrics.has_value());
+}
+
+
+// A named pipe with no writer must not hold the scan or an update up.
+TEST(FieldFiles, NamedPipeWithoutAWriterDoesNotHang) {
+    TempDir dir;
+    std::string pipe = dir.file("pipe.txt");
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    auto waitFor = [&](auto call) {
+        std::future<void> done = std::async(std::launch::async, call);
+        bool finished = done.wait_for(std::chrono::seconds(3)) == std::future_status::ready;
+        if (!finished) {
+            // Let the blocked reader go so that the test itself can end.
+            int writer = ::open(pipe.c_str(), O_WRONLY);
+            if (writer >= 0) ::close(writer);
+            done.wait();
+        }
+        return finished;
+    };
+    EXPECT_TRUE(waitFor([&] {
+        testing::internal::CaptureStdout();
+        (void)readCommentsFile(pipe.c_str());
+        testing::internal::GetCapturedStdout();
+    }));
+    EXPECT_TRUE(waitFor([&] {
+        std::vector<uint8_t> data;
+        std::string word;
+        testing::internal::CaptureStdout();
+        EXPECT_FALSE(loadPicture(pipe.c_str(), data, word));
+        testing::internal::GetCapturedStdout();
+    }));
 }
 
 }  // namespace

@@ -99,5 +99,45 @@ TEST(HelpText, EveryOptionIsListedWithItsValueKinds) {
     EXPECT_NE((check + 1)->find("Fixing errors may remove the ID3v2 tag"), std::string::npos);
 }
 
+
+// Each option line carries its whole description on the line itself.
+TEST(HelpText, DescriptionsUseTheDocumentedWordingOnOneLine) {
+    std::vector<std::string> lines = helpLines();
+    auto has = [&](const std::string& column, const std::string& words) {
+        return std::any_of(lines.begin(), lines.end(), [&](const std::string& line) {
+            return line.starts_with("  " + column + "  ") && line.find(words) != std::string::npos;
+        });
+    };
+    const std::vector<std::pair<std::string, std::string>> expected = {
+        {"-co utext", "comments, with escapes"},
+        {"-rl text", "release time stamp (same form)"},
+        {"-bm number", "beats per minute (kept as text)"},
+        {"-ad number", "advisory: only the value's first character counts: 1 explicit (1), 2 clean (2), "
+                       "anything else none (0); the value is always consumed"},
+        {"-uf owner id", "unique file identifier: two values, both required, an owner string (such as a URL) "
+                         "and an identifier; the identifier is cut to 64 bytes and an empty owner becomes "
+                         "\"Default\" when the frame is built"},
+        {"-vn version", "version to write: \"2.3\" gives 3, \"2.4\" gives 4; any other value is consumed and "
+                        "ignored, and without the option the version is chosen automatically"},
+        {"-y number", "year (four digits; kept as text)"},
+        {"-mchn", "print the channel code: 1 mono, 2 stereo, 3 multi, 4 unknown"},
+        {"-out file", "save to this file instead of updating the input track"},
+        {"-m [novbr]", "display the track information; novbr skips the VBR scan for speed"},
+        {"-import file", "load tag data from a .mp3 or .tdf file into every track"},
+        {"-csv file [v]", "save tag data as CSV; v 1 restricts to the previous output version"},
+        {"-imex file [all]", "save the first tag image, or all with all (numbered names); a folder gets the "
+                             "default name such as Picture.jpg"},
+        {"-folder", "make a folder from album and artist and move the track into it; it acts only together "
+                    "with -rename"},
+        {"-rename [utf8] [format]", "rename the updated track from its tags; %A artist, %L album, %T title, "
+                                    "%N track, %Y year"},
+        {"-rmape", "remove an APE tag when the V1 tag is saved or removed"},
+        {"-tagtype number", "how tag fields are replaced: 0 replace existing fields (default), 1 supported "
+                            "fields only, 2 all valid fields; a value above 2 is taken as 2"},
+        {"-v", "verbose: each -v raises the log level to 3 and counts one"},
+    };
+    for (const auto& [column, words] : expected) EXPECT_TRUE(has(column, words)) << column;
+}
+
 }  // namespace
 }  // namespace tagwick
