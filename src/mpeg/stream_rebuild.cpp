@@ -132,8 +132,8 @@ bool RebuildOutput::patchVbrHeader(const CheckStats& stats) {
 
 bool RebuildOutput::writeBe32At(int64_t position, uint32_t value) {
     // A field the output no longer reaches (its frame was taken back with nothing after it)
-    // is left alone rather than growing the file.
-    if (position < 0 || position > writer_.position() - 4 || position > INT32_MAX) return true;
+    // is written all the same, which lengthens the file up to it.
+    if (position < 0 || position > INT32_MAX - 4) return true;
     if (seekFd(writer_.fd(), int32_t(position), false) != long(position)) return false;
     const uint8_t field[4] = {uint8_t(value >> 24), uint8_t(value >> 16), uint8_t(value >> 8), uint8_t(value)};
     size_t done = 0;

@@ -211,6 +211,15 @@ TEST(RebuildWalkDetail, VbrHeaderGetsTheCountsOfTheRebuiltStream) {
     EXPECT_EQ(rebuild(concat({vbri, frames(9), zeros(40)})).out, patched);
 }
 
+TEST(RebuildWalkDetail, VbrCountsAreWrittenAtTheirPlaceEvenPastTheOutputEnd) {
+    // The only frame is taken back: the counts still go to 44 and 48, which lengthens the file.
+    support::XingSpec both;
+    both.frames = 1;
+    both.bytes = uint32_t(kFrame);
+    const Rebuilt r = rebuild(concat({support::buildXingFrame({}, both), zeros(500)}));
+    EXPECT_EQ(r.out, zeros(52));
+}
+
 // Eleven frames, one with a wrong CRC, then half a frame; the title tells the tests apart.
 ByteVec damagedTrack(const char* title) {
     ByteVec data = concat({frames(10), frames(1, withCrc(true)), frames(1), id3v1(title)});
