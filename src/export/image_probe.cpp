@@ -100,8 +100,8 @@ ImageSize probeTiff(Bytes b) {
             return size;
         }
     }
+    // A width or height met on the way stays, though the probe is not ok.
     logInvalidHeader();
-    size.width = size.height = 0;
     return size;
 }
 

@@ -2,12 +2,14 @@
 // version 1 record, the version 2 tag and the audio summary, always in this order.
 //
 // The file is read through one read-only mapping per open, so a large track is never copied
-// into memory and a tag or chunk that claims more bytes than the file holds costs nothing.
+// into memory and a chunk that claims more bytes than the file holds costs nothing.
 #include "tags/id3_tag.h"
 
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+
+#include <sys/stat.h>
 
 #include "base/files.h"
 #include "base/logger.h"
@@ -143,10 +145,13 @@ bool ID3Tag::kindFromPath(const char* path, ID3Tag* track) {
 }
 
 int ID3Tag::loadTagAt(Bytes file, size_t offset, size_t size) {
-    if (offset > file.size()) return 0;
-    // Clamped to what the file holds, so a tag that claims more costs nothing.
-    size_t available = file.size() - offset;
-    Bytes tag = file.subspan(offset, size < available ? size : available);
+    // The whole tag must be there: a read that ends early at the end of the file (which sets
+    // no error number) hands nothing to the reader.
+    if (offset > file.size() || size > file.size() - offset) {
+        Logger::log(LogError, "Failed to load the tag data (error: %s)", errorText(0).c_str());
+        return 0;
+    }
+    Bytes tag = file.subspan(offset, size);
     V2ParseOutcome outcome = parseV2(v2, tag, V2ReadSettings{tagTypeMode, v2TextConversion});
     v2Minor = outcome.minor;
     v2Found = outcome.found;
@@ -161,13 +166,19 @@ int ID3Tag::open(const char* filePath, const ProgressCallback* progress, bool ch
 
     kindCheckPassed = false;
     Mapping mapping = mapFile(filePath);
-    if (!mapping.valid()) {
+    Bytes file;
+    if (mapping.valid()) {
+        file = mapping.bytes();
+    } else {
         int error = errno;
-        Logger::log(LogError, "Failed to open the file '%s' for reading (error: %s)", filePath,
-                    errorText(error).c_str());
-        return 0;
+        // A folder opens for reading but cannot be mapped: it reads as no bytes at all.
+        struct stat info {};
+        if (::stat(filePath, &info) != 0 || !S_ISDIR(info.st_mode)) {
+            Logger::log(LogError, "Failed to open the file '%s' for reading (error: %s)", filePath,
+                        errorText(error).c_str());
+            return 0;
+        }
     }
-    Bytes file = mapping.bytes();
 
     size_t position = 0;
     KindCheck check = checkFirstBytes(file, *this, &position);

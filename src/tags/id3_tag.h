@@ -38,7 +38,7 @@ public:
     // A tag data file returns 0 even when it was read: kindCheckPassed tells that it opened.
     int open(const char* path, const ProgressCallback* progress = nullptr, bool checkWritable = false);
     // Hands the whole tag at `offset` (`size` bytes claimed, header included) to the version 2
-    // reader. Only the bytes the file really holds are given to it. Returns 1 when parsed.
+    // reader. A tag that runs past the end of the file is refused with a message. Returns 1 when parsed.
     int loadTagAt(Bytes file, size_t offset, size_t size);
 
     // Version 2.

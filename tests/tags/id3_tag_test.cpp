@@ -167,6 +167,12 @@ TEST_F(TrackOpen, RefusalsAreReportedAndLeaveTheTrackAsItWas) {
     EXPECT_EQ(track.open(missing.c_str()), 0);
     EXPECT_TRUE(log.has(LogError, "Failed to open the file '" + missing + "' for reading (error: " +
                                       errorText(ENOENT) + ")"));
+    // A folder opens for reading but yields no bytes, so it fails the check of the first bytes.
+    std::string folder = dir.file("folder.mp3");
+    std::filesystem::create_directory(folder);
+    LogCapture folderLog;
+    EXPECT_EQ(track.open(folder.c_str()), 0);
+    EXPECT_TRUE(folderLog.has(LogError, "File is not a valid MP3 file (0x00000000)")) << folderLog.text();
 }
 
 // ---------------------------------------------------------------- MP3 and tag data files
@@ -211,12 +217,15 @@ TEST_F(TrackOpen, TagsAreLoadedAndLabelled) {
     expectFacts(trackFacts(v1Only), {{"v1", "Old song|255|12"}, {"v1 enabled", "yes"}, {"label", "V1"}});
     EXPECT_EQ(open(both, "both.mp3", join({v2Tag("New", 4), audio(), v1Record("Old", 9, 17)})), 1);
     expectFacts(trackFacts(both), {{"v1", "Old|9|17"}, {"title", "New"}, {"label", "V1 and V2.4"}});
-    // A tag that claims more than the file holds is read as far as it goes (and leaves no audio).
+    // A tag that claims more than the file holds cannot be read whole: it is not parsed at all,
+    // but still counts as present (and leaves no audio).
     support::V2TagSpec spec;
     spec.frames = {text("TIT2", "Cut short")};
     spec.sizeOverride = 0x0FFFFFFF;
+    LogCapture log;
     EXPECT_EQ(open(huge, "huge.mp3", support::buildV2Tag(spec)), 0);
-    expectFacts(trackFacts(huge), {{"checked", "yes"}, {"v2 present", "yes"}, {"title", "Cut short"}});
+    expectFacts(trackFacts(huge), {{"checked", "yes"}, {"v2 present", "yes"}, {"v2 found", "no"}, {"title", "<absent>"}});
+    EXPECT_TRUE(log.has(LogError, "Failed to load the tag data (error: " + errorText(0) + ")")) << log.text();
 }
 
 TEST_F(TrackOpen, SummaryBeginsAfterTheTag) {
