@@ -186,16 +186,18 @@ private:
     void probeEncoder(size_t frameAt) {
         encoder_.fill(0);
         if (matchesNoCase(frameAt + EncoderProbeAt, "xing") || matchesNoCase(frameAt + EncoderProbeAt, "info")) {
-            std::array<char, LameTagRead + 1> tag{};
-            copyAvailable(frameAt + LameAfterXingAt, tag.data(), LameTagRead);
+            // The 255 bytes go straight into the encoder buffer: whatever text stands there
+            // (another encoder's name, say) is the encoder unless it is a LAME tag to be cut.
+            copyAvailable(frameAt + LameAfterXingAt, encoder_.data(), LameTagRead);
+            const char* tag = encoder_.data();
             if (lowerAscii(uint8_t(tag[0])) != 'l' || lowerAscii(uint8_t(tag[1])) != 'a' ||
                 lowerAscii(uint8_t(tag[2])) != 'm' || lowerAscii(uint8_t(tag[3])) != 'e')
                 return;
             // "LAME3.90.3" keeps "LAME3.90", "LAME3.96r" all 9 characters; older versions wrote
             // longer texts, of which 20 characters are kept.
-            const double version = leadingNumber(tag.data() + 4);
+            const double version = leadingNumber(tag + 4);
             const size_t keep = version >= LongVersionFrom ? (tag[8] == '.' ? 8 : 9) : 20;
-            std::memcpy(encoder_.data(), tag.data(), keep);
+            std::fill(encoder_.begin() + keep, encoder_.end(), 0);
         } else if (matchesNoCase(frameAt + EncoderProbeAt, "lame")) {
             copyAvailable(frameAt + EncoderProbeAt, encoder_.data(), BareLameLength);
         }

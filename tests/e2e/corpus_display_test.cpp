@@ -171,9 +171,12 @@ INSTANTIATE_TEST_SUITE_P(
                     {" Title: Chanson de Nuit - Op. 15 No. 1", " Artist: Kennedy / Pettinger",
                      " Album: Salut d'Amour (Elgar)"},
                     true},
-        // Encoding 2 (UTF-16 big-endian without a mark); the tag claims 4 bytes more than the file.
-        SampleFacts{"Utf16WithoutMark", "tinytag/utf16_no_bom.mp3", {"-d"},
-                    {" Title: no bom test ë", " Artist: no bom test 2 ë"}, true},
+        // The tag claims 4 bytes more than the file holds: it is not loaded at all.
+        SampleFacts{"TagLongerThanTheFile", "tinytag/utf16_no_bom.mp3", {"-d"},
+                    {"No ID3 Version 1 tag found", "No ID3 Version 2 tag found"}, true},
+        // A Xing header followed by another encoder's name where a LAME tag would stand.
+        SampleFacts{"OtherEncoderBehindXing", "lofty/full_test.mp3", {"-m"},
+                    {" Bitrate: 61 kbps (VBR average)", " Encoder: Lavc58.91"}},
         // A 2.4 frame with a plain size, read by the non-syncsafe fallback. The track number
         // has no total, and the line feed comes only with the " of" part.
         SampleFacts{"PlainSizedFrames", "taglib/005411.id3", {"-d"},
