@@ -124,7 +124,8 @@ Mapping mapFile(const char* path) {
         return mapping;
     }
     // errno is left as open() set it, so the caller can report why.
-    UniqueFd fd(::open(path, O_RDONLY | O_CLOEXEC));
+    // Non-blocking, so that a named pipe fails at once (it cannot be sized) instead of waiting.
+    UniqueFd fd(::open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     if (!fd.valid()) return mapping;
     long long size = fdSize(fd.get());
     if (size < 0) return mapping;

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <sys/stat.h>
 #include <vector>
 
 #include "support/cli_runner.h"
@@ -35,6 +36,19 @@ TEST(Run, MpegValuesActOnTheFirstTrackOnlyInTheirOwnOrder) {
     EXPECT_EQ(readFile(b), before);
     EXPECT_EQ(runCli({"-mlen", b, a}).out, "10\n");
     EXPECT_EQ(runCli({"-v", "-mlen", a}).out, "Updating the ID3 tag information for 'a.mp3'\n5\n");
+}
+
+// A named pipe with no writer must not keep the program waiting: it cannot be read as a track.
+TEST(Run, NamedPipeIsRefusedWithoutWaiting) {
+    TempDir dir;
+    std::string pipe = dir.file("pipe.mp3");
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    CliResult display = runCli({pipe});
+    EXPECT_EQ(display.out, "Failed to read the information from the file '" + pipe + "'.\n");
+    EXPECT_NE(display.err.find("Failed to open the file '" + pipe + "' for reading"), std::string::npos);
+    EXPECT_EQ(runCli({"-mlen", pipe}).status, 1);
+    EXPECT_NE(runCli({"-check", pipe}).err.find("Error: Cannot open track '" + pipe + "' or it is empty"),
+              std::string::npos);
 }
 
 TEST(Run, MpegValuesFollowTheSummary) {
