@@ -372,7 +372,7 @@ int64_t findFrameRun(Bytes data, size_t from, int count) {
         size_t next = start + size_t(length);
         int found = 1;
         while (found < count) {
-            if (size - next < 4 || !isFrameSync(data, next)) break;
+            if (size - next < 4) break;  // the later headers are decoded where they fall, sync or not
             length = decodeFrameHeader(data, next, scratch);
             if (length <= 0 || scratch.version != version || scratch.layer != layer) break;
             if (size_t(length) > size - next) break;

@@ -140,6 +140,11 @@ TEST(FindFrameRun, FindsOneKindBackToBackInsideTheData) {
     EXPECT_EQ(findFrameRun(mixed, 0, 8), -1);
     EXPECT_EQ(findFrameRun(mixed, 1, 4), int64_t(4 * kFrame));
     EXPECT_EQ(findFrameRun(mixed, mixed.size() + 10, 1), -1);
+    // Only the first frame of a run is found by its sync; the later headers are decoded where
+    // they fall, so a lost sync byte there does not break the run.
+    ByteVec unsynced = frames(8);
+    unsynced[3 * kFrame] = 0x00;
+    EXPECT_EQ(findFrameRun(unsynced, 0, 8), 0);
 }
 
 // The side information covered is 32 bytes for MPEG-1 stereo, 17 for mono, 17 and 9 for MPEG-2/2.5.
