@@ -84,7 +84,7 @@ private:
 V2Frame textFrame(const char* id, const std::string& text) { return V2Frame{id, latin1Payload(text), 0, {}, false}; }
 
 ByteVec smallTag(const std::string& title, const std::string& artist, const std::string& album, int track) {
-    V2TagSpec tag;
+    V2TagLayout tag;
     tag.major = 3;
     tag.frames = {
         textFrame("TIT2", title),
@@ -99,7 +99,7 @@ ByteVec smallTag(const std::string& title, const std::string& artist, const std:
 }
 
 ByteVec v1Record(const std::string& title, int track) {
-    V1Spec v1;
+    V1Layout v1;
     v1.title = title;
     v1.artist = "Bench Artist";
     v1.album = "Bench Album";
@@ -110,12 +110,12 @@ ByteVec v1Record(const std::string& title, int track) {
     return buildV1(v1);
 }
 
-FrameSpec streamSpec(int kbps) {
-    FrameSpec spec;
-    spec.bitrateKbps = kbps;
-    spec.channelMode = 1;
-    spec.original = true;
-    return spec;
+FrameLayout streamLayout(int kbps) {
+    FrameLayout layout;
+    layout.bitrateKbps = kbps;
+    layout.channelMode = 1;
+    layout.original = true;
+    return layout;
 }
 
 // The padding an encoder gives a frame so that the stream keeps its exact bit rate.
@@ -140,9 +140,9 @@ public:
     explicit FrameWriter(uint64_t seed) : random_(seed) {}
 
     size_t write(Output& out, int kbps, bool padding) {
-        FrameSpec spec = streamSpec(kbps);
-        spec.padding = padding;
-        ByteVec frame = buildFrame(spec);
+        FrameLayout layout = streamLayout(kbps);
+        layout.padding = padding;
+        ByteVec frame = buildFrame(layout);
         random_.fill(frame.data() + 4, frame.size() - 4);
         out.write(frame);
         return frame.size();
@@ -153,12 +153,12 @@ private:
 };
 
 ByteVec xingFrame(uint32_t frames, uint32_t bytes) {
-    XingSpec xing;
+    XingLayout xing;
     xing.tag = "Xing";
     xing.frames = frames;
     xing.bytes = bytes;
     xing.lame = "LAME3.100";
-    return buildXingFrameAt36(streamSpec(128), xing);
+    return buildXingFrameAt36(streamLayout(128), xing);
 }
 
 void writeCbr(const std::string& path, size_t targetBytes) {
@@ -182,13 +182,13 @@ void writeVbr(const std::string& path, size_t targetBytes) {
     while (planned < targetBytes) {
         const int kbps = rates[pick.next() % (sizeof rates / sizeof rates[0])];
         const bool pad = padding.next(kbps);
-        FrameSpec spec = streamSpec(kbps);
-        spec.padding = pad;
-        planned += frameLength(spec);
+        FrameLayout layout = streamLayout(kbps);
+        layout.padding = pad;
+        planned += frameLength(layout);
         plan.push_back(kbps);
         pads.push_back(pad);
     }
-    const ByteVec first = xingFrame(uint32_t(plan.size() + 1), uint32_t(planned + frameLength(streamSpec(128))));
+    const ByteVec first = xingFrame(uint32_t(plan.size() + 1), uint32_t(planned + frameLength(streamLayout(128))));
 
     Output out(path);
     out.write(smallTag("Variable", "Bench Artist", "Bench Album", 2));

@@ -21,7 +21,7 @@ V2Frame frame(const char* id, ByteVec payload) {
 V2Frame textFrame(const char* id, std::string_view text) { return frame(id, latin1Payload(text)); }
 
 ByteVec sampleTag() {
-    V2TagSpec tag;
+    V2TagLayout tag;
     tag.major = 3;
     tag.frames = {
         textFrame("TIT2", "Sample Song"),
@@ -37,15 +37,15 @@ ByteVec sampleTag() {
 }
 
 ByteVec sampleAudio() {
-    FrameSpec spec;  // MPEG-1 layer III, 128 kbit/s, 44100 Hz, stereo
+    FrameLayout layout;  // MPEG-1 layer III, 128 kbit/s, 44100 Hz, stereo
     const size_t frames = 383;  // about ten seconds
-    XingSpec info;
+    XingLayout info;
     info.tag = "Info";
     info.frames = frames;
-    info.bytes = uint32_t(frameLength(spec) * frames);
+    info.bytes = uint32_t(frameLength(layout) * frames);
     info.lame = "LAME3.100";
-    ByteVec audio = buildXingFrame(spec, info);
-    append(audio, buildStream(spec, frames - 1));
+    ByteVec audio = buildXingFrame(layout, info);
+    append(audio, buildStream(layout, frames - 1));
     return audio;
 }
 
@@ -58,7 +58,7 @@ int main(int argc, char** argv) {
     }
     ByteVec track = sampleTag();
     append(track, sampleAudio());
-    V1Spec v1;
+    V1Layout v1;
     v1.title = "Sample Song";
     v1.artist = "The Sample Makers";
     v1.album = "Made Here";

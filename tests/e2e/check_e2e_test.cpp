@@ -16,7 +16,7 @@ namespace tagwick::support {
 namespace {
 
 ByteVec protectedFrames(size_t count, bool wrong = false) {
-    FrameSpec frame;
+    FrameLayout frame;
     frame.crc = true;
     frame.wrongCrc = wrong;
     frame.filler = 0x44;

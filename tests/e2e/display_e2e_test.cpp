@@ -16,7 +16,7 @@ namespace {
 V2Frame frame(const char* id, ByteVec payload) { return {id, std::move(payload), 0, std::nullopt, false}; }
 V2Frame textFrame(const char* id, std::string_view text) { return frame(id, latin1Payload(text)); }
 ByteVec v2Tag(int major, std::vector<V2Frame> frames) {
-    V2TagSpec layout;
+    V2TagLayout layout;
     layout.major = major;
     layout.frames = std::move(frames);
     return buildV2Tag(layout);
@@ -75,7 +75,7 @@ ByteVec fullTrack() { return concat({v2Tag(4, everyDisplayedFrame()), buildStrea
 // 25-byte V2 tag, 200 joint-stereo frames of 417 bytes with the copyright bit, a V1 record
 // without a track number and with the genre byte 255 (read as genre 12).
 ByteVec cbrTrack() {
-    FrameSpec layout;
+    FrameLayout layout;
     layout.channelMode = 1;
     layout.copyright = true;
     return concat({v2Tag(3, {textFrame("TIT2", "Song")}), buildStream(layout, 200),
@@ -91,7 +91,7 @@ const std::string CbrFileInformation =
 // A Xing frame naming the encoder, then 20 rounds of six bit rates:
 // 417 + 20 x (522 + 626 + 731 + 835 + 1044 + 417) = 83917 bytes.
 ByteVec vbrTrack() {
-    XingSpec xing;
+    XingLayout xing;
     xing.frames = 120;
     xing.lame = "LAME3.99r";
     ByteVec bytes = buildXingFrameAt36({}, xing);
@@ -103,7 +103,7 @@ ByteVec vbrTrack() {
 
 // A mono AIFF of 16000 sample frames at 8000 Hz, with a V2 tag; `formSize` lies when given.
 ByteVec monoAiff(std::optional<uint32_t> formSize = std::nullopt) {
-    AiffSpec layout;
+    AiffLayout layout;
     layout.chunks.push_back({"COMM", commBody(1, 16000, 16, 8000.0), std::nullopt, true});
     layout.chunks.push_back({"SSND", ssndBody(32000), std::nullopt, true});
     layout.chunks.push_back({"ID3 ", v2Tag(3, {textFrame("TIT2", "Take")}), std::nullopt, true});

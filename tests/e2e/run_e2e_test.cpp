@@ -61,7 +61,7 @@ TEST(Run, MpegValuesFollowTheSummary) {
                               Case{1, 128, 2, {"-mchn"}, "2\n"},  // dual channel
                               Case{1, 128, 3, {"-mchn"}, "1\n"},  // mono
                               Case{2, 64, 3, {"-mfrq", "-mbtr"}, "64000\n22050\n"}}) {
-        FrameSpec layout;
+        FrameLayout layout;
         layout.version = value.version, layout.bitrateKbps = value.kbps, layout.channelMode = value.mode;
         TempDir dir;
         std::string a = dir.file("a.mp3");

@@ -19,7 +19,7 @@ namespace tagwick {
 namespace {
 
 using support::ByteVec;
-using support::FrameSpec;
+using support::FrameLayout;
 using support::LogCapture;
 
 struct Summary {
@@ -38,8 +38,8 @@ const char* const ProbeNotice = "VBR has not been found in the first 1000 frames
 const char* const SteadyNotice = "VBR has not been found in the first 500 frames (assuming CBR)";
 
 // A frame laid out by the summary's 144000 rule (the standard's own for MPEG-1 layer III).
-FrameSpec ruled(int version, int kbps, int layer = 3, int mode = 0) {
-    FrameSpec s;
+FrameLayout ruled(int version, int kbps, int layer = 3, int mode = 0) {
+    FrameLayout s;
     s.version = version;
     s.bitrateKbps = kbps;
     s.layer = layer;
@@ -47,16 +47,16 @@ FrameSpec ruled(int version, int kbps, int layer = 3, int mode = 0) {
     if (version != 1 || layer != 3) s.length = support::summaryRuleLength(s);
     return s;
 }
-FrameSpec mpeg1(int kbps = 128) { return ruled(1, kbps); }
+FrameLayout mpeg1(int kbps = 128) { return ruled(1, kbps); }
 
-ByteVec stream(size_t count, const FrameSpec& s = mpeg1()) { return support::buildStream(s, count); }
-ByteVec frame(const FrameSpec& s) { return support::buildFrame(s); }
+ByteVec stream(size_t count, const FrameLayout& s = mpeg1()) { return support::buildStream(s, count); }
+ByteVec frame(const FrameLayout& s) { return support::buildFrame(s); }
 ByteVec cat(std::initializer_list<std::span<const uint8_t>> parts) { return support::concat(parts); }
 ByteVec vbr(std::vector<int> rates) { return support::buildVbrStream(mpeg1(), rates); }
 
 // A 417-byte frame whose header leaves nothing to go on (no sample rate or no bit rate).
 ByteVec deadFrame(int rateIndex, int bitrateIndex) {
-    FrameSpec s = mpeg1();
+    FrameLayout s = mpeg1();
     s.sampleRateIndex = rateIndex;
     s.bitrateIndex = bitrateIndex;
     s.length = 417;
@@ -81,7 +81,7 @@ TEST(MpegTables, BitrateRowAndFrameLengthQuirks) {
 }
 
 TEST(MpegSummary, DecodesFirstHeaderAfterFalseSyncs) {
-    FrameSpec s = ruled(2, 64, 3, 3);
+    FrameLayout s = ruled(2, 64, 3, 3);
     s.sampleRateIndex = 1;
     s.crc = s.copyright = s.original = true;
     s.length = support::summaryRuleLength(s);
@@ -134,7 +134,7 @@ TEST(MpegSummary, XingWordAndLameVersionCut) {
         {"Xinf", "LAME3.99r", "LAME3.99"},  // not a Xing word: the body scan keeps 8 bytes
     };
     for (const auto& c : cases) {
-        support::XingSpec xing;
+        support::XingLayout xing;
         xing.tag = c.word;
         xing.frames = 20;
         xing.lame = c.lame;
@@ -145,8 +145,8 @@ TEST(MpegSummary, XingWordAndLameVersionCut) {
 
 TEST(MpegSummary, XingOutsideOffset36IsNotSeenButBareLameAt36Is) {
     // MPEG-1 mono (header at 21) and MPEG-2 mono (at 13): only the body scan finds the text.
-    for (const FrameSpec& s : {ruled(1, 128, 3, 3), ruled(2, 64, 3, 3)}) {
-        support::XingSpec xing;
+    for (const FrameLayout& s : {ruled(1, 128, 3, 3), ruled(2, 64, 3, 3)}) {
+        support::XingLayout xing;
         xing.tag = "Info";
         xing.frames = 20;
         xing.lame = "LAME3.99r";
@@ -214,7 +214,7 @@ TEST(MpegSummaryWalk, CutLastFrameAndBitrateIndexFifteen) {
 }
 
 TEST(MpegSummaryWalk, ReservedLayerFrameReadsNextGroupsRow) {
-    FrameSpec reserved = ruled(2, 64);  // index 8
+    FrameLayout reserved = ruled(2, 64);  // index 8
     reserved.layerBits = 0;
     reserved.length = 1671;  // index 8 of the first MPEG-1 row: 256 kbit/s, 256 * 144000 / 22050
     Summary s = summarize(cat({stream(5, ruled(2, 64)), frame(reserved), stream(4, ruled(2, 64))}));

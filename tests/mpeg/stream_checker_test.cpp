@@ -19,12 +19,12 @@ namespace {
 
 using support::ByteVec;
 using support::concat;
-using support::FrameSpec;
+using support::FrameLayout;
 
 constexpr size_t kFrame = 417;  // the default frame: MPEG-1 layer III, 128 kbit/s, 44100 Hz
 
-FrameSpec frameOf(int version, int layer, int kbps, int rateIndex = 0, bool padding = false, int mode = 0) {
-    FrameSpec s;
+FrameLayout frameOf(int version, int layer, int kbps, int rateIndex = 0, bool padding = false, int mode = 0) {
+    FrameLayout s;
     s.version = version;
     s.layer = layer;
     s.bitrateKbps = kbps;
@@ -34,17 +34,17 @@ FrameSpec frameOf(int version, int layer, int kbps, int rateIndex = 0, bool padd
     return s;
 }
 
-FrameSpec withCrc(bool wrong, FrameSpec s = {}) {
+FrameLayout withCrc(bool wrong, FrameLayout s = {}) {
     s.crc = true;
     s.wrongCrc = wrong;
     return s;
 }
 
-ByteVec frames(size_t count, const FrameSpec& frame = {}) { return support::buildStream(frame, count); }
+ByteVec frames(size_t count, const FrameLayout& frame = {}) { return support::buildStream(frame, count); }
 ByteVec zeros(size_t n) { return ByteVec(n, 0); }
 ByteVec id3v1() { return support::buildV1({}); }
 ByteVec id3v2(size_t padding, bool footer = false) {
-    support::V2TagSpec tag;
+    support::V2TagLayout tag;
     tag.major = 4;
     tag.flags = footer ? 0x10 : 0;
     tag.footer = footer;
@@ -52,14 +52,14 @@ ByteVec id3v2(size_t padding, bool footer = false) {
     return support::buildV2Tag(tag);
 }
 ByteVec apeTag() {
-    support::ApeSpec ape;
+    support::ApeLayout ape;
     ape.items.push_back({"Title", "x"});
     return support::buildApeTag(ape);
 }
 
 ByteVec xingFrame(std::optional<uint32_t> frameCount, std::optional<uint32_t> byteCount, const char* tag = "Xing",
-                  const FrameSpec& frame = {}) {
-    support::XingSpec x;
+                  const FrameLayout& frame = {}) {
+    support::XingLayout x;
     x.tag = tag;
     x.frames = frameCount;
     x.bytes = byteCount;
@@ -105,13 +105,13 @@ TEST(StreamCheckerReport, PrefixesByLevel) {
 }
 
 TEST(DecodeFrameHeader, FailuresKeepTheKindCounted) {
-    FrameSpec freeFormat, indexFifteen, noRate, badVersion, badLayer;
+    FrameLayout freeFormat, indexFifteen, noRate, badVersion, badLayer;
     freeFormat.bitrateIndex = 0;
     indexFifteen.bitrateIndex = 15;
     noRate.sampleRateIndex = 3;
     badVersion.versionBits = 1;
     badLayer.layerBits = 0;
-    const std::pair<FrameSpec, int> cases[] = {
+    const std::pair<FrameLayout, int> cases[] = {
         {freeFormat, 1}, {indexFifteen, 1}, {noRate, 1}, {badVersion, 0}, {badLayer, 0}};
     for (const auto& [frame, counted] : cases) {
         const ByteVec data = concat({zeros(5), support::buildFrame(frame)});
@@ -149,7 +149,7 @@ TEST(FindFrameRun, FindsOneKindBackToBackInsideTheData) {
 
 // The side information covered is 32 bytes for MPEG-1 stereo, 17 for mono, 17 and 9 for MPEG-2/2.5.
 TEST(CheckFrameCrc, SideInformationLengthAndFix) {
-    for (FrameSpec s : {frameOf(1, 3, 128), frameOf(1, 3, 64, 0, false, 3), frameOf(2, 3, 64),
+    for (FrameLayout s : {frameOf(1, 3, 128), frameOf(1, 3, 64, 0, false, 3), frameOf(2, 3, 64),
                         frameOf(2, 3, 32, 0, false, 3), frameOf(25, 3, 32, 0, false, 3)}) {
         s = withCrc(false, s);
         s.filler = 0x5A;  // side information that is not all zero
@@ -200,9 +200,9 @@ TEST_P(StreamCheckerWalk, ReportsExactly) {
 const int kVbrRates[] = {128, 160, 128, 192, 128, 160, 128, 192, 128, 160};  // 5 * 417 + 3 * 522 + 2 * 626 bytes
 
 ByteVec xingAt36InMono() {
-    support::XingSpec x;
+    support::XingLayout x;
     x.frames = x.bytes = 1;
-    const FrameSpec mono = frameOf(1, 3, 128, 0, false, 3);
+    const FrameLayout mono = frameOf(1, 3, 128, 0, false, 3);
     return concat({support::buildXingFrameAt36(mono, x), frames(10, mono)});
 }
 ByteVec halfLastFrame() {
@@ -216,7 +216,7 @@ ByteVec lyingFrameInside() {
     return concat({frames(5), bad, frames(10)});
 }
 ByteVec riffWrapped() {
-    support::RiffSpec riff;
+    support::RiffLayout riff;
     riff.before.push_back({"fact", ByteVec(4, 1)});
     return support::buildRiffWave(frames(10), riff);
 }
@@ -301,7 +301,7 @@ INSTANTIATE_TEST_SUITE_P(
 // Every kind by its name, walked by its exact lengths: layer I in 4-byte slots, layer III of
 // MPEG-2 and 2.5 by half the rule of the others.
 TEST(StreamCheckerWalk, EveryKindByNameAndLength) {
-    const std::pair<FrameSpec, const char*> cases[] = {
+    const std::pair<FrameLayout, const char*> cases[] = {
         {frameOf(1, 1, 448, 2, true), "MPEG 1 Layer I"},    {frameOf(1, 2, 384, 1), "MPEG 1 Layer II"},
         {frameOf(1, 3, 320, 1, true), "MPEG 1 Layer III"},  {frameOf(2, 1, 256, 0, true), "MPEG 2 Layer I"},
         {frameOf(2, 2, 160, 1), "MPEG 2 Layer II"},         {frameOf(2, 3, 160, 2, true), "MPEG 2 Layer III"},

@@ -25,31 +25,31 @@ namespace {
 
 using support::ByteVec;
 using support::concat;
-using support::FrameSpec;
+using support::FrameLayout;
 
 constexpr size_t kFrame = 417;  // the default frame: MPEG-1 layer III, 128 kbit/s, 44100 Hz
 
-FrameSpec withCrc(bool wrong) {
-    FrameSpec s;
+FrameLayout withCrc(bool wrong) {
+    FrameLayout s;
     s.crc = true;
     s.wrongCrc = wrong;
     return s;
 }
 
-ByteVec frames(size_t count, const FrameSpec& frame = {}) { return support::buildStream(frame, count); }
+ByteVec frames(size_t count, const FrameLayout& frame = {}) { return support::buildStream(frame, count); }
 ByteVec zeros(size_t n) { return ByteVec(n, 0); }
 ByteVec id3v1(const char* title = "") {
-    support::V1Spec v1;
+    support::V1Layout v1;
     v1.title = title;
     return support::buildV1(v1);
 }
 ByteVec id3v2(size_t padding) {
-    support::V2TagSpec tag;
+    support::V2TagLayout tag;
     tag.padding = padding;
     return support::buildV2Tag(tag);
 }
 ByteVec apeTag() {
-    support::ApeSpec ape;
+    support::ApeLayout ape;
     ape.items.push_back({"Artist", "someone"});
     return support::buildApeTag(ape);
 }
@@ -118,14 +118,14 @@ TEST_P(RebuildWalk, KeepsAndDrops) {
 
 ByteVec soundFile() { return concat({id3v2(200), frames(12), apeTag(), id3v1()}); }
 ByteVec lyingFrameInside() {
-    FrameSpec lying;
+    FrameLayout lying;
     lying.padding = true;  // claims 418 bytes, has 417
     ByteVec bad = support::buildFrame(lying);
     bad.pop_back();
     return concat({frames(5), bad, frames(10)});
 }
 ByteVec riffWithTrailingChunk() {
-    support::RiffSpec riff;
+    support::RiffLayout riff;
     riff.trailing = support::RiffChunk{"LIST", ByteVec(30, 'x')};
     return support::buildRiffWave(frames(10), riff);
 }
@@ -177,7 +177,7 @@ TEST(RebuildWalkDetail, CrcFixInsideAKeptFrameDoesNotChangeThatFrame) {
 }
 
 TEST(RebuildWalkDetail, VbrHeaderGetsTheCountsOfTheRebuiltStream) {
-    support::XingSpec both;
+    support::XingLayout both;
     both.frames = 999;
     both.bytes = 1;
     const ByteVec head = support::buildXingFrame({}, both);
@@ -193,10 +193,10 @@ TEST(RebuildWalkDetail, VbrHeaderGetsTheCountsOfTheRebuiltStream) {
 
     // Garbage at the end costs the last frame. Only the counts the header holds are written: in
     // MPEG-1 mono "Xing" is at 21, so the one count at 29.
-    FrameSpec mono;
+    FrameLayout mono;
     mono.channelMode = 3;
     for (bool framesOnly : {true, false}) {
-        support::XingSpec one;
+        support::XingLayout one;
         (framesOnly ? one.frames : one.bytes) = 5;
         const ByteVec first = support::buildXingFrame(mono, one);
         ByteVec patched = concat({first, frames(5, mono)});
@@ -213,7 +213,7 @@ TEST(RebuildWalkDetail, VbrHeaderGetsTheCountsOfTheRebuiltStream) {
 
 TEST(RebuildWalkDetail, VbrCountsAreWrittenAtTheirPlaceEvenPastTheOutputEnd) {
     // The only frame is taken back: the counts still go to 44 and 48, which lengthens the file.
-    support::XingSpec both;
+    support::XingLayout both;
     both.frames = 1;
     both.bytes = uint32_t(kFrame);
     const Rebuilt r = rebuild(concat({support::buildXingFrame({}, both), zeros(500)}));
@@ -236,7 +236,7 @@ int checkAndFix(const std::string& path, const std::string& log, bool fix = true
 TEST(RebuildTrack, ResultIsOneWhateverTheProblems) {
     support::TempDir dir;
     const std::string path = dir.file("bad.mp3");
-    FrameSpec layer2;
+    FrameLayout layer2;
     layer2.layer = 2;
     support::writeFile(path, concat({zeros(10), frames(8), frames(2, withCrc(true)), frames(3, layer2), zeros(10)}));
     EXPECT_EQ(checkAndFix(path, dir.file("log"), false), 4);
@@ -282,7 +282,7 @@ bool leftoverTempFile(const std::set<std::string>& before, const ByteVec& wanted
 TEST(RebuildTrack, FailedTemporaryWriteLeavesTheTrackAlone) {
     support::TempDir dir;
     const std::string path = dir.file("big.mp3"), log = dir.file("log");
-    FrameSpec own;
+    FrameLayout own;
     own.filler = 0x66;
     const ByteVec original = concat({frames(30, own), zeros(100), frames(30, own)});
     support::writeFile(path, original);

@@ -42,20 +42,20 @@ void putField(ByteVec& record, size_t at, const std::string& text, size_t width)
 
 // ---------------------------------------------------------------- ID3v1
 
-ByteVec buildV1(const V1Spec& spec) {
+ByteVec buildV1(const V1Layout& layout) {
     ByteVec record(128, 0);
     std::memcpy(record.data(), "TAG", 3);
-    putField(record, 3, spec.title, 30);
-    putField(record, 33, spec.artist, 30);
-    putField(record, 63, spec.album, 30);
-    putField(record, 93, spec.year, 4);
-    bool v11 = spec.track > 0;
-    putField(record, 97, spec.comment, v11 ? 28 : 30);
+    putField(record, 3, layout.title, 30);
+    putField(record, 33, layout.artist, 30);
+    putField(record, 63, layout.album, 30);
+    putField(record, 93, layout.year, 4);
+    bool v11 = layout.track > 0;
+    putField(record, 97, layout.comment, v11 ? 28 : 30);
     if (v11) {
         record[125] = 0;
-        record[126] = uint8_t(spec.track);
+        record[126] = uint8_t(layout.track);
     }
-    record[127] = spec.genre;
+    record[127] = layout.genre;
     return record;
 }
 
@@ -102,29 +102,29 @@ ByteVec ssndBody(size_t soundBytes, uint8_t filler) {
     return out;
 }
 
-ByteVec buildAiff(const AiffSpec& spec) {
+ByteVec buildAiff(const AiffLayout& layout) {
     ByteVec out;
-    put(out, spec.formId.substr(0, 4));
+    put(out, layout.formId.substr(0, 4));
     be32(out, 0);  // patched below
-    put(out, spec.formType.substr(0, 4));
-    for (const AiffChunk& chunk : spec.chunks) {
+    put(out, layout.formType.substr(0, 4));
+    for (const AiffChunk& chunk : layout.chunks) {
         put(out, chunk.id.substr(0, 4));
         be32(out, chunk.sizeOverride.value_or(uint32_t(chunk.body.size())));
         out.insert(out.end(), chunk.body.begin(), chunk.body.end());
         if (chunk.padOdd && chunk.body.size() % 2 == 1) out.push_back(0);
     }
-    putBe32At(out, 4, spec.formSizeOverride.value_or(uint32_t(out.size() - 8)));
-    out.insert(out.end(), spec.trailing.begin(), spec.trailing.end());
+    putBe32At(out, 4, layout.formSizeOverride.value_or(uint32_t(out.size() - 8)));
+    out.insert(out.end(), layout.trailing.begin(), layout.trailing.end());
     return out;
 }
 
 ByteVec simpleAiff(uint32_t sampleFrames, double sampleRate, std::span<const uint8_t> id3) {
-    AiffSpec spec;
-    spec.chunks.push_back({"COMM", commBody(2, sampleFrames, 16, sampleRate), std::nullopt, true});
+    AiffLayout layout;
+    layout.chunks.push_back({"COMM", commBody(2, sampleFrames, 16, sampleRate), std::nullopt, true});
     // Two channels of 16 bits: four bytes per sample frame.
-    spec.chunks.push_back({"SSND", ssndBody(size_t(sampleFrames) * 4), std::nullopt, true});
-    if (!id3.empty()) spec.chunks.push_back({"ID3 ", ByteVec(id3.begin(), id3.end()), std::nullopt, true});
-    return buildAiff(spec);
+    layout.chunks.push_back({"SSND", ssndBody(size_t(sampleFrames) * 4), std::nullopt, true});
+    if (!id3.empty()) layout.chunks.push_back({"ID3 ", ByteVec(id3.begin(), id3.end()), std::nullopt, true});
+    return buildAiff(layout);
 }
 
 // ---------------------------------------------------------------- picture headers

@@ -130,7 +130,7 @@ ByteVec buildV2Frame(int major, const V2Frame& frame) {
     return out;
 }
 
-ByteVec buildV2Tag(const V2TagSpec& layout) {
+ByteVec buildV2Tag(const V2TagLayout& layout) {
     ByteVec body = layout.extendedHeader;
     for (const V2Frame& frame : layout.frames) append(body, buildV2Frame(layout.major, frame));
     body.insert(body.end(), layout.padding, 0);

@@ -17,30 +17,30 @@ constexpr std::array<int, 4> kRates1{44100, 48000, 32000, 0};
 constexpr std::array<int, 4> kRates2{22050, 24000, 16000, 0};
 constexpr std::array<int, 4> kRates25{11025, 12000, 8000, 0};
 
-void checkSpec(const FrameSpec& spec) {
-    if (spec.version != 1 && spec.version != 2 && spec.version != 25)
+void checkLayout(const FrameLayout& layout) {
+    if (layout.version != 1 && layout.version != 2 && layout.version != 25)
         throw std::invalid_argument("version must be 1, 2 or 25");
-    if (spec.layer < 1 || spec.layer > 3) throw std::invalid_argument("layer must be 1..3");
-    if (spec.sampleRateIndex < 0 || spec.sampleRateIndex > 3) throw std::invalid_argument("rate index 0..3");
-    if (spec.channelMode < 0 || spec.channelMode > 3) throw std::invalid_argument("channel mode 0..3");
+    if (layout.layer < 1 || layout.layer > 3) throw std::invalid_argument("layer must be 1..3");
+    if (layout.sampleRateIndex < 0 || layout.sampleRateIndex > 3) throw std::invalid_argument("rate index 0..3");
+    if (layout.channelMode < 0 || layout.channelMode > 3) throw std::invalid_argument("channel mode 0..3");
 }
 
-const std::array<int, 15>& bitrateTable(const FrameSpec& spec) {
-    if (spec.version == 1) {
-        if (spec.layer == 1) return kMpeg1Layer1;
-        return spec.layer == 2 ? kMpeg1Layer2 : kMpeg1Layer3;
+const std::array<int, 15>& bitrateTable(const FrameLayout& layout) {
+    if (layout.version == 1) {
+        if (layout.layer == 1) return kMpeg1Layer1;
+        return layout.layer == 2 ? kMpeg1Layer2 : kMpeg1Layer3;
     }
-    return spec.layer == 1 ? kMpeg2Layer1 : kMpeg2Layer23;
+    return layout.layer == 1 ? kMpeg2Layer1 : kMpeg2Layer23;
 }
 
-uint8_t versionBitsOf(const FrameSpec& spec) {
-    if (spec.versionBits) return *spec.versionBits & 3;
-    return spec.version == 1 ? 3 : spec.version == 2 ? 2 : 0;
+uint8_t versionBitsOf(const FrameLayout& layout) {
+    if (layout.versionBits) return *layout.versionBits & 3;
+    return layout.version == 1 ? 3 : layout.version == 2 ? 2 : 0;
 }
 
-uint8_t layerBitsOf(const FrameSpec& spec) {
-    if (spec.layerBits) return *spec.layerBits & 3;
-    return uint8_t(4 - spec.layer);
+uint8_t layerBitsOf(const FrameLayout& layout) {
+    if (layout.layerBits) return *layout.layerBits & 3;
+    return uint8_t(4 - layout.layer);
 }
 
 void ensureRoom(const ByteVec& frame, size_t at, size_t n) {
@@ -49,73 +49,73 @@ void ensureRoom(const ByteVec& frame, size_t at, size_t n) {
 
 }  // namespace
 
-int bitrateIndexFor(const FrameSpec& spec) {
-    checkSpec(spec);
-    if (spec.bitrateIndex >= 0) {
-        if (spec.bitrateIndex > 15) throw std::invalid_argument("bit-rate index 0..15");
-        return spec.bitrateIndex;
+int bitrateIndexFor(const FrameLayout& layout) {
+    checkLayout(layout);
+    if (layout.bitrateIndex >= 0) {
+        if (layout.bitrateIndex > 15) throw std::invalid_argument("bit-rate index 0..15");
+        return layout.bitrateIndex;
     }
-    const auto& table = bitrateTable(spec);
+    const auto& table = bitrateTable(layout);
     for (size_t i = 1; i < table.size(); ++i)
-        if (table[i] == spec.bitrateKbps) return int(i);
+        if (table[i] == layout.bitrateKbps) return int(i);
     throw std::invalid_argument("bit rate not in the table of this version and layer");
 }
 
-int standardBitrateKbps(const FrameSpec& spec) {
-    int index = bitrateIndexFor(spec);
-    return index >= 15 ? 0 : bitrateTable(spec)[size_t(index)];
+int standardBitrateKbps(const FrameLayout& layout) {
+    int index = bitrateIndexFor(layout);
+    return index >= 15 ? 0 : bitrateTable(layout)[size_t(index)];
 }
 
-int sampleRateHz(const FrameSpec& spec) {
-    checkSpec(spec);
-    const auto& rates = spec.version == 1 ? kRates1 : spec.version == 2 ? kRates2 : kRates25;
-    return rates[size_t(spec.sampleRateIndex)];
+int sampleRateHz(const FrameLayout& layout) {
+    checkLayout(layout);
+    const auto& rates = layout.version == 1 ? kRates1 : layout.version == 2 ? kRates2 : kRates25;
+    return rates[size_t(layout.sampleRateIndex)];
 }
 
-uint32_t headerWord(const FrameSpec& spec) {
+uint32_t headerWord(const FrameLayout& layout) {
     uint32_t word = 0xFFE00000u;
-    word |= uint32_t(versionBitsOf(spec)) << 19;
-    word |= uint32_t(layerBitsOf(spec)) << 17;
-    word |= spec.crc ? 0u : 1u << 16;
-    word |= uint32_t(bitrateIndexFor(spec)) << 12;
-    word |= uint32_t(spec.sampleRateIndex & 3) << 10;
-    word |= spec.padding ? 1u << 9 : 0u;
-    word |= spec.privateBit ? 1u << 8 : 0u;
-    word |= uint32_t(spec.channelMode & 3) << 6;
-    word |= uint32_t(spec.modeExtension & 3) << 4;
-    word |= spec.copyright ? 1u << 3 : 0u;
-    word |= spec.original ? 1u << 2 : 0u;
-    word |= uint32_t(spec.emphasis & 3);
+    word |= uint32_t(versionBitsOf(layout)) << 19;
+    word |= uint32_t(layerBitsOf(layout)) << 17;
+    word |= layout.crc ? 0u : 1u << 16;
+    word |= uint32_t(bitrateIndexFor(layout)) << 12;
+    word |= uint32_t(layout.sampleRateIndex & 3) << 10;
+    word |= layout.padding ? 1u << 9 : 0u;
+    word |= layout.privateBit ? 1u << 8 : 0u;
+    word |= uint32_t(layout.channelMode & 3) << 6;
+    word |= uint32_t(layout.modeExtension & 3) << 4;
+    word |= layout.copyright ? 1u << 3 : 0u;
+    word |= layout.original ? 1u << 2 : 0u;
+    word |= uint32_t(layout.emphasis & 3);
     return word;
 }
 
-size_t standardFrameLength(const FrameSpec& spec) {
-    const long long kbps = standardBitrateKbps(spec);
-    const long long rate = sampleRateHz(spec);
+size_t standardFrameLength(const FrameLayout& layout) {
+    const long long kbps = standardBitrateKbps(layout);
+    const long long rate = sampleRateHz(layout);
     if (kbps == 0 || rate == 0) return 0;
-    const long long pad = spec.padding ? 1 : 0;
-    if (spec.layer == 1) return size_t((12 * kbps * 1000 / rate + pad) * 4);
-    if (spec.layer == 3 && spec.version != 1) return size_t(72 * kbps * 1000 / rate + pad);
+    const long long pad = layout.padding ? 1 : 0;
+    if (layout.layer == 1) return size_t((12 * kbps * 1000 / rate + pad) * 4);
+    if (layout.layer == 3 && layout.version != 1) return size_t(72 * kbps * 1000 / rate + pad);
     return size_t(144 * kbps * 1000 / rate + pad);
 }
 
-size_t summaryRuleLength(const FrameSpec& spec) {
-    const int kbps = standardBitrateKbps(spec);
-    const int rate = sampleRateHz(spec);
+size_t summaryRuleLength(const FrameLayout& layout) {
+    const int kbps = standardBitrateKbps(layout);
+    const int rate = sampleRateHz(layout);
     if (rate == 0) return 0;
     const int32_t product = int32_t(kbps) * 144000;
-    return size_t(float(product) / float(rate)) + (spec.padding ? 1 : 0);
+    return size_t(float(product) / float(rate)) + (layout.padding ? 1 : 0);
 }
 
-size_t frameLength(const FrameSpec& spec) {
-    if (spec.length) return *spec.length;
-    size_t standard = standardFrameLength(spec);
+size_t frameLength(const FrameLayout& layout) {
+    if (layout.length) return *layout.length;
+    size_t standard = standardFrameLength(layout);
     return standard == 0 ? 4 : standard;
 }
 
-size_t sideInfoLength(const FrameSpec& spec) {
-    const bool mono = spec.channelMode == 3;
-    if (spec.version == 1) return mono ? 17 : 32;
+size_t sideInfoLength(const FrameLayout& layout) {
+    const bool mono = layout.channelMode == 3;
+    if (layout.version == 1) return mono ? 17 : 32;
     return mono ? 9 : 17;
 }
 
@@ -139,10 +139,10 @@ uint16_t frameCrc(std::span<const uint8_t> frame) {
     return crc;
 }
 
-void refreshCrc(ByteVec& frame, const FrameSpec& spec) {
-    if (!spec.crc || frame.size() < 6) return;
+void refreshCrc(ByteVec& frame, const FrameLayout& layout) {
+    if (!layout.crc || frame.size() < 6) return;
     uint16_t crc = frameCrc(frame);
-    if (spec.wrongCrc) crc ^= 1;
+    if (layout.wrongCrc) crc ^= 1;
     frame[4] = uint8_t(crc >> 8);
     frame[5] = uint8_t(crc);
 }
@@ -160,18 +160,18 @@ void putBe32(ByteVec& frame, size_t at, uint32_t value) {
     frame[at + 3] = uint8_t(value);
 }
 
-ByteVec buildFrame(const FrameSpec& spec) {
-    const size_t length = frameLength(spec);
+ByteVec buildFrame(const FrameLayout& layout) {
+    const size_t length = frameLength(layout);
     if (length < 4) throw std::invalid_argument("a frame needs at least its 4 header bytes");
-    ByteVec frame(length, spec.filler);
-    putBe32(frame, 0, headerWord(spec));
-    refreshCrc(frame, spec);
+    ByteVec frame(length, layout.filler);
+    putBe32(frame, 0, headerWord(layout));
+    refreshCrc(frame, layout);
     return frame;
 }
 
-ByteVec buildXingFrame(const FrameSpec& spec, const XingSpec& xing) {
-    ByteVec frame = buildFrame(spec);
-    const size_t at = xing.offset.value_or(4 + sideInfoLength(spec));
+ByteVec buildXingFrame(const FrameLayout& layout, const XingLayout& xing) {
+    ByteVec frame = buildFrame(layout);
+    const size_t at = xing.offset.value_or(4 + sideInfoLength(layout));
     uint32_t flags = xing.extraFlags;
     if (xing.frames) flags |= 1;
     if (xing.bytes) flags |= 2;
@@ -181,39 +181,39 @@ ByteVec buildXingFrame(const FrameSpec& spec, const XingSpec& xing) {
     if (xing.frames) { putBe32(frame, field, *xing.frames); field += 4; }
     if (xing.bytes) putBe32(frame, field, *xing.bytes);
     if (!xing.lame.empty()) putText(frame, xing.lameOffset, xing.lame);
-    refreshCrc(frame, spec);
+    refreshCrc(frame, layout);
     return frame;
 }
 
-ByteVec buildXingFrameAt36(const FrameSpec& spec, XingSpec xing) {
+ByteVec buildXingFrameAt36(const FrameLayout& layout, XingLayout xing) {
     xing.offset = 36;
-    return buildXingFrame(spec, xing);
+    return buildXingFrame(layout, xing);
 }
 
-ByteVec buildVbriFrame(const FrameSpec& spec, const VbriSpec& vbri) {
-    ByteVec frame = buildFrame(spec);
+ByteVec buildVbriFrame(const FrameLayout& layout, const VbriLayout& vbri) {
+    ByteVec frame = buildFrame(layout);
     putText(frame, 36, "VBRI");
     ensureRoom(frame, 40, 2);
     frame[40] = uint8_t(vbri.version >> 8);
     frame[41] = uint8_t(vbri.version);
     putBe32(frame, 46, vbri.bytes);
     putBe32(frame, 50, vbri.frames);
-    refreshCrc(frame, spec);
+    refreshCrc(frame, layout);
     return frame;
 }
 
-ByteVec buildStream(const FrameSpec& spec, size_t count) {
-    const ByteVec frame = buildFrame(spec);
+ByteVec buildStream(const FrameLayout& layout, size_t count) {
+    const ByteVec frame = buildFrame(layout);
     ByteVec out;
     out.reserve(frame.size() * count);
     for (size_t i = 0; i < count; ++i) append(out, frame);
     return out;
 }
 
-ByteVec buildVbrStream(const FrameSpec& spec, std::span<const int> bitratesKbps) {
+ByteVec buildVbrStream(const FrameLayout& layout, std::span<const int> bitratesKbps) {
     ByteVec out;
     for (int kbps : bitratesKbps) {
-        FrameSpec one = spec;
+        FrameLayout one = layout;
         one.bitrateKbps = kbps;
         one.bitrateIndex = -1;
         append(out, buildFrame(one));
@@ -250,22 +250,22 @@ void appendApeBlock(ByteVec& out, uint32_t size, uint32_t count, uint32_t flags)
 
 }  // namespace
 
-ByteVec buildApeTag(const ApeSpec& spec) {
+ByteVec buildApeTag(const ApeLayout& layout) {
     ByteVec items;
-    for (const auto& item : spec.items) {
+    for (const auto& item : layout.items) {
         appendLe32(items, uint32_t(item.value.size()));
         appendLe32(items, item.flags);
         appendText(items, item.key);
         items.push_back(0);
         appendText(items, item.value);
     }
-    const uint32_t size = spec.sizeOverride.value_or(uint32_t(items.size() + 32));
-    const uint32_t count = uint32_t(spec.items.size());
-    const uint32_t hasHeader = spec.withHeader ? 0x80000000u : 0;
+    const uint32_t size = layout.sizeOverride.value_or(uint32_t(items.size() + 32));
+    const uint32_t count = uint32_t(layout.items.size());
+    const uint32_t hasHeader = layout.withHeader ? 0x80000000u : 0;
     ByteVec out;
-    if (spec.withHeader) appendApeBlock(out, size, count, hasHeader | 0x20000000u | spec.extraFlags);
+    if (layout.withHeader) appendApeBlock(out, size, count, hasHeader | 0x20000000u | layout.extraFlags);
     append(out, items);
-    appendApeBlock(out, size, count, hasHeader | spec.extraFlags);
+    appendApeBlock(out, size, count, hasHeader | layout.extraFlags);
     return out;
 }
 
@@ -292,16 +292,16 @@ ByteVec waveFormatBody() {
 
 }  // namespace
 
-ByteVec buildRiffWave(std::span<const uint8_t> audio, const RiffSpec& spec) {
+ByteVec buildRiffWave(std::span<const uint8_t> audio, const RiffLayout& layout) {
     ByteVec out;
     appendText(out, "RIFF");
     appendLe32(out, 0);
     appendText(out, "WAVE");
     appendChunk(out, {"fmt ", waveFormatBody()});
-    for (const auto& chunk : spec.before) appendChunk(out, chunk);
+    for (const auto& chunk : layout.before) appendChunk(out, chunk);
     appendChunk(out, {"data", ByteVec(audio.begin(), audio.end())});
-    if (spec.trailing) appendChunk(out, *spec.trailing);
-    const uint32_t riffSize = spec.riffSizeOverride.value_or(uint32_t(out.size() - 8));
+    if (layout.trailing) appendChunk(out, *layout.trailing);
+    const uint32_t riffSize = layout.riffSizeOverride.value_or(uint32_t(out.size() - 8));
     for (int i = 0; i < 4; ++i) out[4 + size_t(i)] = uint8_t(riffSize >> (8 * i));
     return out;
 }

@@ -20,7 +20,7 @@ namespace tagwick::support {
 using ByteVec = std::vector<uint8_t>;
 
 // One frame. Defaults: MPEG-1 layer III, 128 kbit/s, 44100 Hz, stereo, no CRC, 417 bytes.
-struct FrameSpec {
+struct FrameLayout {
     int version = 1;                 // 1, 2 or 25 (MPEG 2.5)
     int layer = 3;                   // 1, 2 or 3
     int bitrateKbps = 128;           // looked up in the standard table of version and layer
@@ -41,42 +41,42 @@ struct FrameSpec {
     std::optional<uint8_t> layerBits;    // raw two layer bits (e.g. 0 for the reserved layer)
 };
 
-// The standard's tables, by the spec's version/layer. 0 when not defined (free format,
+// The standard's tables, by the layout's version/layer. 0 when not defined (free format,
 // index 15, reserved sample-rate index).
-int standardBitrateKbps(const FrameSpec& spec);
-int sampleRateHz(const FrameSpec& spec);
-// The bit-rate index used for the spec (bitrateIndex, or the table position of bitrateKbps).
-int bitrateIndexFor(const FrameSpec& spec);
+int standardBitrateKbps(const FrameLayout& layout);
+int sampleRateHz(const FrameLayout& layout);
+// The bit-rate index used for the layout (bitrateIndex, or the table position of bitrateKbps).
+int bitrateIndexFor(const FrameLayout& layout);
 
 // The four header bytes as a big-endian word.
-uint32_t headerWord(const FrameSpec& spec);
+uint32_t headerWord(const FrameLayout& layout);
 // Exact lengths of the standard: layer I (12*kbps*1000/rate + pad)*4; layer II and MPEG-1
 // layer III 144*kbps*1000/rate + pad; MPEG-2/2.5 layer III 72*kbps*1000/rate + pad.
-// 0 when bit rate or sample rate is 0. Ignores spec.length.
-size_t standardFrameLength(const FrameSpec& spec);
+// 0 when bit rate or sample rate is 0. Ignores layout.length.
+size_t standardFrameLength(const FrameLayout& layout);
 // The summary's single rule for every version and layer: trunc(float(kbps*144000)/rate) + pad.
-size_t summaryRuleLength(const FrameSpec& spec);
-// The length buildFrame uses: spec.length, else the standard length, else 4 (header only).
-size_t frameLength(const FrameSpec& spec);
+size_t summaryRuleLength(const FrameLayout& layout);
+// The length buildFrame uses: layout.length, else the standard length, else 4 (header only).
+size_t frameLength(const FrameLayout& layout);
 // Side information size: 17 MPEG-1 mono, 32 MPEG-1 other, 9 MPEG-2/2.5 mono, 17 other.
-size_t sideInfoLength(const FrameSpec& spec);
+size_t sideInfoLength(const FrameLayout& layout);
 
 // CRC-16 (poly 0x8005, MSB first, init 0xFFFF, no final inversion) over bytes 2-3 of the
 // frame and the side information from byte 6, sized by the frame's own header bits.
 // Bytes missing at the end of a short frame are simply not included.
 uint16_t frameCrc(std::span<const uint8_t> frame);
-// Recomputes bytes 4-5 after the body was edited (the wrong CRC again when spec.wrongCrc).
+// Recomputes bytes 4-5 after the body was edited (the wrong CRC again when layout.wrongCrc).
 // Does nothing for frames without a CRC.
-void refreshCrc(ByteVec& frame, const FrameSpec& spec);
+void refreshCrc(ByteVec& frame, const FrameLayout& layout);
 
 // Writes `text` into the frame at `at` (throws when it does not fit).
 void putText(ByteVec& frame, size_t at, std::string_view text);
 void putBe32(ByteVec& frame, size_t at, uint32_t value);
 
-// One frame: header, CRC when asked, body filled with spec.filler.
-ByteVec buildFrame(const FrameSpec& spec);
+// One frame: header, CRC when asked, body filled with layout.filler.
+ByteVec buildFrame(const FrameLayout& layout);
 
-struct XingSpec {
+struct XingLayout {
     std::string tag = "Xing";              // "Xing", "Info" or any 4 characters
     std::optional<uint32_t> frames;        // sets flag bit 1 and writes the count
     std::optional<uint32_t> bytes;         // sets flag bit 2 and writes the count
@@ -86,24 +86,24 @@ struct XingSpec {
     size_t lameOffset = 156;               // from the frame start
 };
 // A frame carrying a Xing/Info header (flags as a big-endian word, then frames, then bytes).
-ByteVec buildXingFrame(const FrameSpec& spec, const XingSpec& xing);
+ByteVec buildXingFrame(const FrameLayout& layout, const XingLayout& xing);
 // The placement the summary probes: the header at 36 from the frame start, whatever the
 // version and channel mode (for MPEG-1 stereo this is also the standard placement).
-ByteVec buildXingFrameAt36(const FrameSpec& spec, XingSpec xing);
+ByteVec buildXingFrameAt36(const FrameLayout& layout, XingLayout xing);
 
-struct VbriSpec {
+struct VbriLayout {
     uint32_t bytes = 0;
     uint32_t frames = 0;
     uint16_t version = 1;
 };
 // A frame with "VBRI" at +36, version at +40, bytes at +46 and frames at +50 (big-endian,
 // i.e. +10 and +14 from the "VBRI" word).
-ByteVec buildVbriFrame(const FrameSpec& spec, const VbriSpec& vbri);
+ByteVec buildVbriFrame(const FrameLayout& layout, const VbriLayout& vbri);
 
-// `count` frames of one spec, back to back.
-ByteVec buildStream(const FrameSpec& spec, size_t count);
-// One frame per entry, each with spec's other settings and that bit rate in kbit/s.
-ByteVec buildVbrStream(const FrameSpec& spec, std::span<const int> bitratesKbps);
+// `count` frames of one layout, back to back.
+ByteVec buildStream(const FrameLayout& layout, size_t count);
+// One frame per entry, each with layout's other settings and that bit rate in kbit/s.
+ByteVec buildVbrStream(const FrameLayout& layout, std::span<const int> bitratesKbps);
 
 // Concatenation of byte blocks.
 ByteVec concat(std::initializer_list<std::span<const uint8_t>> parts);
@@ -115,7 +115,7 @@ struct ApeItem {
     std::string value;
     uint32_t flags = 0;
 };
-struct ApeSpec {
+struct ApeLayout {
     std::vector<ApeItem> items;
     bool withHeader = true;
     uint32_t extraFlags = 0;                // ORed into header and footer flags
@@ -124,19 +124,19 @@ struct ApeSpec {
 // APEv2: optional 32-byte header, items (le32 value size, le32 flags, key, 0, value), and a
 // 32-byte footer "APETAGEX", version 2000, size = items + footer, item count, flags
 // (bit 31 when a header exists, bit 29 in the header only), 8 zero bytes.
-ByteVec buildApeTag(const ApeSpec& spec);
+ByteVec buildApeTag(const ApeLayout& layout);
 
 struct RiffChunk {
     std::string id;    // 4 characters
     ByteVec body;      // written as given (no pad byte added)
 };
-struct RiffSpec {
+struct RiffLayout {
     std::vector<RiffChunk> before;          // chunks between "fmt " and "data"
     std::optional<RiffChunk> trailing;      // a chunk after "data"
     std::optional<uint32_t> riffSizeOverride;
 };
 // "RIFF", le32 size (total - 8), "WAVE", a 16-byte "fmt " chunk (MPEG layer III format tag
 // 0x55, 2 channels, 44100 Hz), the `before` chunks, "data" around `audio`, the trailing chunk.
-ByteVec buildRiffWave(std::span<const uint8_t> audio, const RiffSpec& spec = {});
+ByteVec buildRiffWave(std::span<const uint8_t> audio, const RiffLayout& layout = {});
 
 }  // namespace tagwick::support

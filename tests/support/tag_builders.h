@@ -62,7 +62,7 @@ struct V2Frame {
 // payload as given (the caller adds data length indicators and unsynchronises when it wants to).
 ByteVec buildV2Frame(int major, const V2Frame& frame);
 
-struct V2TagSpec {
+struct V2TagLayout {
     int major = 3;
     int revision = 0;
     uint8_t flags = 0;                     // written as given (0x80 unsync, 0x40 ext, 0x10 footer...)
@@ -76,7 +76,7 @@ struct V2TagSpec {
 
 // Header "ID3", major, revision, flags, syncsafe size of everything after the header (unless
 // overridden), then the extended header, frames and padding.
-ByteVec buildV2Tag(const V2TagSpec& spec);
+ByteVec buildV2Tag(const V2TagLayout& layout);
 
 // The unsynchronisation scheme: a 00 byte is inserted after every FF that is followed by a
 // byte >= E0 or by 00, and after a final FF.
@@ -87,13 +87,13 @@ ByteVec syncsafeBytes(uint32_t value);
 
 // ---------------------------------------------------------------- ID3v1
 
-struct V1Spec {
+struct V1Layout {
     std::string title, artist, album, year, comment;  // cut to 30, 30, 30, 4, 30 (28 with a track)
     int track = 0;        // 1..255 writes ID3v1.1 (zero at 125, track at 126); 0 leaves both as text/zero
     uint8_t genre = 255;
 };
 // The 128-byte record: "TAG", the fields zero-padded, byte 126 the track, byte 127 the genre.
-ByteVec buildV1(const V1Spec& spec);
+ByteVec buildV1(const V1Layout& layout);
 
 // ---------------------------------------------------------------- AIFF
 
@@ -113,14 +113,14 @@ ByteVec commBody(uint16_t channels, uint32_t sampleFrames, uint16_t sampleSize, 
 // SSND body: offset 0, block size 0, then `soundBytes` bytes of `filler`.
 ByteVec ssndBody(size_t soundBytes, uint8_t filler = 0);
 
-struct AiffSpec {
+struct AiffLayout {
     std::string formId = "FORM";
     std::string formType = "AIFF";          // "AIFF" or "AIFC" (any 4 characters)
     std::vector<AiffChunk> chunks;
     std::optional<uint32_t> formSizeOverride;  // default: total length - 8
     ByteVec trailing;                       // bytes after the form (not counted in its size)
 };
-ByteVec buildAiff(const AiffSpec& spec);
+ByteVec buildAiff(const AiffLayout& layout);
 // A plain AIFF: COMM (2 channels, 16 bit, `sampleFrames` at `sampleRate`), SSND, then an
 // "ID3 " chunk holding `id3` when it is not empty.
 ByteVec simpleAiff(uint32_t sampleFrames, double sampleRate, std::span<const uint8_t> id3 = {});

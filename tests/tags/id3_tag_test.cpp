@@ -21,16 +21,16 @@ namespace {
 
 using namespace tagwick::test;
 using support::AiffChunk;
-using support::FrameSpec;
+using support::FrameLayout;
 
-ByteVec audio(size_t frames = 20, const FrameSpec& spec = FrameSpec{}) { return support::buildStream(spec, frames); }
+ByteVec audio(size_t frames = 20, const FrameLayout& layout = FrameLayout{}) { return support::buildStream(layout, frames); }
 
 ByteVec v2Tag(std::string_view title, int major = 3, size_t padding = 0) {
     return buildTag(major, {text("TIT2", title)}, padding);
 }
 
 ByteVec v1Record(std::string_view title, int track = 0, uint8_t genre = 255) {
-    return support::buildV1(support::V1Spec{std::string(title), "artist", "album", "1999", "comment", track, genre});
+    return support::buildV1(support::V1Layout{std::string(title), "artist", "album", "1999", "comment", track, genre});
 }
 
 ByteVec join(std::initializer_list<ByteVec> parts) {
@@ -50,7 +50,7 @@ AiffChunk comm(uint16_t channels = 2, uint32_t frames = 1000, double rate = 4410
 }
 
 ByteVec aiff(std::vector<AiffChunk> chunks, std::string formType = "AIFF", std::string formId = "FORM") {
-    return support::buildAiff(support::AiffSpec{std::move(formId), std::move(formType), std::move(chunks), {}, {}});
+    return support::buildAiff(support::AiffLayout{std::move(formId), std::move(formType), std::move(chunks), {}, {}});
 }
 
 // What an opened track holds, as texts.
@@ -178,7 +178,7 @@ TEST_F(TrackOpen, RefusalsAreReportedAndLeaveTheTrackAsItWas) {
 // ---------------------------------------------------------------- MP3 and tag data files
 
 TEST_F(TrackOpen, UpperCaseExtensionOpensAsMp3) {
-    FrameSpec mpeg2;
+    FrameLayout mpeg2;
     mpeg2.version = 2;
     mpeg2.bitrateKbps = 64;
     mpeg2.sampleRateIndex = 1;
@@ -219,18 +219,18 @@ TEST_F(TrackOpen, TagsAreLoadedAndLabelled) {
     expectFacts(trackFacts(both), {{"v1", "Old|9|17"}, {"title", "New"}, {"label", "V1 and V2.4"}});
     // A tag that claims more than the file holds cannot be read whole: it is not parsed at all,
     // but still counts as present (and leaves no audio).
-    support::V2TagSpec spec;
-    spec.frames = {text("TIT2", "Cut short")};
-    spec.sizeOverride = 0x0FFFFFFF;
+    support::V2TagLayout layout;
+    layout.frames = {text("TIT2", "Cut short")};
+    layout.sizeOverride = 0x0FFFFFFF;
     LogCapture log;
-    EXPECT_EQ(open(huge, "huge.mp3", support::buildV2Tag(spec)), 0);
+    EXPECT_EQ(open(huge, "huge.mp3", support::buildV2Tag(layout)), 0);
     expectFacts(trackFacts(huge), {{"checked", "yes"}, {"v2 present", "yes"}, {"v2 found", "no"}, {"title", "<absent>"}});
     EXPECT_TRUE(log.has(LogError, "Failed to load the tag data (error: " + errorText(0) + ")")) << log.text();
 }
 
 TEST_F(TrackOpen, SummaryBeginsAfterTheTag) {
     // The tag's text holds the header of a 64 kbit/s frame; the audio is 128 kbit/s.
-    FrameSpec fake;
+    FrameLayout fake;
     fake.bitrateKbps = 64;
     uint32_t word = support::headerWord(fake);
     std::string title = "xx";

@@ -15,7 +15,7 @@ namespace {
 
 using support::ByteVec;
 using support::LogCapture;
-using support::V1Spec;
+using support::V1Layout;
 
 const std::string Thirty = "ABCDEFGHIJKLMNOPQRSTUVWXYZ0123";
 
@@ -26,7 +26,7 @@ std::string fields(const ID3Tag& t) {
 
 TEST(Id3v1Parse, FieldsStopAtTheirBoundsAndZeros) {
     struct Case {
-        V1Spec spec;
+        V1Layout layout;
         std::string read;
     };
     for (const Case& c : {
@@ -40,7 +40,7 @@ TEST(Id3v1Parse, FieldsStopAtTheirBoundsAndZeros) {
              Case{{"t", "a", "b", "2001", "c", 255, 255}, "t|a|b|2001|c|255|12"},
          }) {
         ID3Tag track;
-        ByteVec record = support::buildV1(c.spec);
+        ByteVec record = support::buildV1(c.layout);
         record[33 + 5] = 'X';  // after the artist's terminator: not part of it
         ASSERT_TRUE(parseV1(track, record));
         EXPECT_EQ(fields(track), c.read);
@@ -50,7 +50,7 @@ TEST(Id3v1Parse, FieldsStopAtTheirBoundsAndZeros) {
 }
 
 TEST(Id3v1Read, OnlyAnExactMarkerInTheLast128Bytes) {
-    ByteVec record = support::buildV1(V1Spec{"Song", "Band", "Disc", "2010", "note", 4, 20});
+    ByteVec record = support::buildV1(V1Layout{"Song", "Band", "Disc", "2010", "note", 4, 20});
     ByteVec file(1000 + record.size(), 0xAA);
     std::copy(record.begin(), record.end(), file.end() - long(record.size()));
     ID3Tag atEnd, notAtEnd, lowerCase, shortFile;
@@ -75,7 +75,7 @@ TEST(Id3v1Compare, EachFieldHasItsCodeInOrder) {
     ID3Tag a, b;
     for (ID3Tag* t : {&a, &b}) {
         t->isMp3 = t->v1Found = true;
-        parseV1(*t, support::buildV1(V1Spec{"Title", "Artist", "Album", "2004", "Comment", 7, 13}));
+        parseV1(*t, support::buildV1(V1Layout{"Title", "Artist", "Album", "2004", "Comment", 7, 13}));
         t->v1.enabled = true;
     }
     EXPECT_EQ(compareV1(a, b), 0);

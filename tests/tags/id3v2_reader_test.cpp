@@ -97,7 +97,7 @@ TEST(Id3v2Reader, WholeTagUnsynchronisationStopsOnlyUpToVersionThree) {
 }
 
 TEST(Id3v2Reader, ExtendedHeaderIsSkippedBySizePlusFourteen) {
-    support::V2TagSpec layout;
+    support::V2TagLayout layout;
     layout.major = 3;
     layout.flags = 0x40;
     layout.extendedHeader = {0, 0, 0, 6, 0, 0, 0, 0, 0, 0};  // size 6, not counting its own field

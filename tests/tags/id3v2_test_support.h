@@ -35,7 +35,7 @@ inline Parsed parseBytes(const ByteVec& bytes, int mode = 0, bool conversion = t
 }
 
 inline ByteVec buildTag(int major, std::vector<V2Frame> frames, size_t padding = 0, uint8_t flags = 0) {
-    support::V2TagSpec layout;
+    support::V2TagLayout layout;
     layout.major = major;
     layout.flags = flags;
     layout.frames = std::move(frames);
