@@ -68,9 +68,6 @@ constexpr uint32_t SteadyTolerance = 2;
 
 constexpr size_t ProgressTextSize = 1056;
 
-// How far ahead of the walk the file's bytes are requested, and the cache line size.
-constexpr size_t PrefetchDistance = 2048;
-constexpr size_t CacheLine = 64;
 
 std::string cutText(std::string text, size_t slotSize) {
     if (text.size() >= slotSize) text.resize(slotSize - 1);
@@ -219,15 +216,6 @@ private:
         }
     }
 
-    // A variable bit rate gives the walk an irregular stride that the processor cannot predict,
-    // so every header would wait on memory; asking for the bytes ahead keeps such a walk as
-    // fast as a constant-rate one (it then streams through the file as a plain read does).
-    void prefetchAhead(size_t at) {
-        if (prefetched_ < at) prefetched_ = at & ~(CacheLine - 1);
-        const size_t until = std::min(at + PrefetchDistance, size_);
-        for (; prefetched_ < until; prefetched_ += CacheLine) __builtin_prefetch(file_.data() + prefetched_);
-    }
-
     // The frame walk. The next header stands `length` bytes after the current one (a relative skip of
     // length - 4 after the header, so a length below 4 steps back).
     WalkEnd walk(size_t frameAt, uint32_t length, uint32_t bitrate) {
@@ -239,7 +227,7 @@ private:
             if (info_.frameCount < BodyScanFrameLimit && encoder_[0] == 0 && length > 12) scanBody(frameAt, length);
 
             const size_t next = frameAt + length;
-            prefetchAhead(next);
+            readAhead_.upTo(file_, next);
             if (next >= size_ || size_ - next < 4) {
                 pos_ = std::max(next, size_);
                 return WalkEnd::Done;
@@ -330,7 +318,7 @@ private:
     uint32_t firstBitrateIndex_ = 0;
     uint32_t firstPadding_ = 0;
     uint64_t bitrateSum_ = 0;
-    size_t prefetched_ = 0;
+    ReadAhead readAhead_;
     // Kept across returns to the frame search within one call.
     uint64_t sumLengths_ = 0;
     uint32_t steadyReference_ = 0;

@@ -96,7 +96,6 @@ private:
     Step atApe();
     Step atInvalidData();
     bool writeFailed() const { return out_ && out_->failed(); }
-    void prefetchAhead();
 
     std::span<uint8_t> data_;
     Bytes view_;         // the data up to `end_`
@@ -104,7 +103,7 @@ private:
     uint64_t p_ = 0;
     bool frameSeen_ = false;
     uint64_t lastFrameStart_ = 0;
-    uint64_t prefetched_ = 0;
+    ReadAhead readAhead_;
     CheckStats& stats_;
     FILE* report_;
     RebuildOutput* out_;
@@ -179,18 +178,8 @@ Walk::Step Walk::atFrame(int length) {
     if (out_) out_->writeFrame(at, size_t(length), end_, sideInfoLength(stats_.version, stats_.stereo));
     lastFrameStart_ = p_;
     p_ += uint64_t(length);
-    prefetchAhead();
+    readAhead_.upTo(view_, size_t(p_));
     return Step::Next;
-}
-
-// Frames of varying length give the walk a stride the processor cannot predict, so each
-// header would wait on memory; asking for the bytes ahead lets it stream like a plain read.
-void Walk::prefetchAhead() {
-    constexpr uint64_t CacheLine = 64;
-    constexpr uint64_t Distance = 2048;
-    if (prefetched_ < p_) prefetched_ = p_ & ~(CacheLine - 1);
-    const uint64_t until = std::min<uint64_t>(p_ + Distance, end_);
-    for (; prefetched_ < until; prefetched_ += CacheLine) __builtin_prefetch(data_.data() + prefetched_);
 }
 
 Walk::Step Walk::atApe() {
@@ -457,6 +446,28 @@ int scanAudio(std::span<uint8_t> data, CheckStats& stats, FILE* reportStream, bo
     return Walk(data, stats, reportStream, &output).run();
 }
 
+namespace {
+
+// The counts a Xing/Info or VBRI header gives against what the walk found. A Xing header may or
+// may not count its own frame; a VBRI header must be exact.
+void checkVbrHeaderCounts(FILE* stream, CheckStats& stats, int32_t total) {
+    const bool xing = stats.vbrHeaderIsXing;
+    const char* name = xing ? "Xing" : "VBRI";
+    const bool framesAgree = stats.headerFrames == total || (xing && stats.headerFrames == total - 1);
+    if (stats.headerHasFrames && !framesAgree) {
+        report(stream, 2, "Wrong number of MPEG frames specified in %s header (%d found, expected %d)", name,
+               stats.headerFrames, total);
+        ++stats.errorCount;
+    }
+    if (stats.headerHasBytes && stats.headerBytes != stats.dataBytes) {
+        report(stream, 2, "Wrong number of MPEG data bytes specified in %s header (%d found, expected %d)", name,
+               stats.headerBytes, stats.dataBytes);
+        ++stats.errorCount;
+    }
+}
+
+}  // namespace
+
 void printReport(FILE* stream, CheckStats& stats, bool quiet) {
     if (stats.unknownFormatOffset >= 0) {
         report(stream, 1, "Unknown audio format");
@@ -478,31 +489,7 @@ void printReport(FILE* stream, CheckStats& stats, bool quiet) {
         report(stream, 2, "%d frames have the wrong CRC", stats.crcErrorCount);
         ++stats.errorCount;
     }
-    if (stats.vbrHeaderFound && stats.vbrHeaderIsXing) {
-        // The Xing frame itself may or may not be counted by the encoder.
-        if (stats.headerHasFrames && stats.headerFrames != total && stats.headerFrames != total - 1) {
-            report(stream, 2, "Wrong number of MPEG frames specified in Xing header (%d found, expected %d)",
-                   stats.headerFrames, total);
-            ++stats.errorCount;
-        }
-        if (stats.headerHasBytes && stats.headerBytes != stats.dataBytes) {
-            report(stream, 2, "Wrong number of MPEG data bytes specified in Xing header (%d found, expected %d)",
-                   stats.headerBytes, stats.dataBytes);
-            ++stats.errorCount;
-        }
-    }
-    if (stats.vbrHeaderFound && !stats.vbrHeaderIsXing) {
-        if (stats.headerHasFrames && stats.headerFrames != total) {
-            report(stream, 2, "Wrong number of MPEG frames specified in VBRI header (%d found, expected %d)",
-                   stats.headerFrames, total);
-            ++stats.errorCount;
-        }
-        if (stats.headerHasBytes && stats.headerBytes != stats.dataBytes) {
-            report(stream, 2, "Wrong number of MPEG data bytes specified in VBRI header (%d found, expected %d)",
-                   stats.headerBytes, stats.dataBytes);
-            ++stats.errorCount;
-        }
-    }
+    if (stats.vbrHeaderFound) checkVbrHeaderCounts(stream, stats, total);
     if (stats.vbr && !stats.vbrHeaderFound)
         report(stream, 2, "VBR detected, but no VBR header is present (seeking may not work properly)");
     if (anyCount(stats, {KindM1L1, KindM1L2, KindM2L1, KindM2L2, KindM25L1, KindM25L2})) {
