@@ -107,7 +107,6 @@ void ID3Tag::reset() {
     fileSize = 0;
     trackFormatFlag = 1;
     clearLoadedState();
-    spareFlag = false;
     ignoreAiffCorruption = true;
     writable = true;
     v2TextConversion = true;

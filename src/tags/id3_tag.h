@@ -47,7 +47,6 @@ public:
     bool v2Found = false;
     int trackFormatFlag = 1;
     int tagTypeMode = 0;
-    bool textConversion = true;
 
     std::string path;
     std::string sizeText;
@@ -64,7 +63,6 @@ public:
     bool v2Modified = false;
     bool chunkAfterSound = true;
     bool ignoreAiffCorruption = true;
-    bool spareFlag = false;
 
     MpegInfo mpeg;
     ScanMode scanMode = ScanMode::Full;
