@@ -1,5 +1,5 @@
 // tagwickcli -check and -check fix, run as a program: the report on standard error, the exit
-// status, and the rebuilt file with its backup.
+// status, and the rebuilt file with its backup (or without one when the backup cannot be made).
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -59,21 +59,26 @@ TEST(CheckCommand, ProblemsAreReportedAndFixed) {
     struct stat info {};
     ASSERT_EQ(stat(path.c_str(), &info), 0);
     EXPECT_EQ(info.st_mode & 07777, 0604u);
-    EXPECT_EQ(check({"-check", path}).report, "Checking audio file '" + path + "'...\n"
-                                             "Information: MPEG 1 Layer III, 11 MPEG frames, CBR, CRC, ID3v1\n");
+    // A sound track is not rebuilt: neither it nor the backup changes.
+    const Checked again = check({"-check", "fix", path});
+    EXPECT_EQ(again.status, 0);
+    EXPECT_EQ(again.report, "Checking audio file '" + path + "'...\n"
+                            "Information: MPEG 1 Layer III, 11 MPEG frames, CBR, CRC, ID3v1\n");
+    EXPECT_EQ(readFile(path), concat({protectedFrames(11), buildV1({})}));
+    EXPECT_EQ(readFile(path + ".bak"), damaged);
 }
 
-TEST(CheckCommand, FixLeavesASoundTrackAlone) {
+// A move's result is compared with 0, which a move never returns: when the track cannot be
+// moved to its backup name, the rebuilt file still takes its place.
+TEST(CheckCommand, FailedMoveToTheBackupIsNotDetected) {
     TempDir dir;
-    const std::string path = dir.file("clean.mp3");
-    const ByteVec clean = concat({buildStream({}, 10), buildV1({})});
-    writeFile(path, clean);
-    const Checked fixed = check({"-check", "fix", path});
-    EXPECT_EQ(fixed.status, 0);
-    EXPECT_EQ(fixed.report, "Checking audio file '" + path + "'...\n"
-                            "Information: MPEG 1 Layer III, 10 MPEG frames, CBR, ID3v1\n");
-    EXPECT_EQ(readFile(path), clean);
-    EXPECT_FALSE(std::filesystem::exists(path + ".bak"));
+    const std::string path = dir.file("t.mp3");
+    writeFile(path, concat({protectedFrames(1, true), protectedFrames(11)}));
+    ASSERT_EQ(mkdir((path + ".bak").c_str(), 0700), 0);
+    writeText(path + ".bak/keep", "x");  // a folder in the way that cannot be replaced
+    EXPECT_NE(check({"-check", "fix", path}).report.find("Audio file has been rebuilt\n"), std::string::npos);
+    EXPECT_EQ(readFile(path), protectedFrames(12));
+    EXPECT_TRUE(std::filesystem::is_directory(path + ".bak"));
 }
 
 }  // namespace
