@@ -8,6 +8,8 @@
 #include <set>
 #include <sstream>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "cli/options.h"
 
