@@ -421,6 +421,18 @@ constexpr std::array deleteOptions = {
     deleteText("pcfd", &TagUpdate::podcastFeed),      deleteText("pcds", &TagUpdate::podcastDescription),
 };
 
+// "--help" and "--version", the forms a Linux user types first, act as -h and -ver.
+bool applyLongOption(const char* name, TagUpdate& u) {
+    if (equalsNoCase(name, "help")) {
+        u.helpRequested = true;
+    } else if (equalsNoCase(name, "version")) {
+        u.versionRequested = true;
+    } else {
+        return false;
+    }
+    return true;
+}
+
 void applyDeleteCommand(const char* name, TagUpdate& u) {
     // "--cl" turns the compilation flag on, just like "-cl"; kept that way on purpose.
     if (equalsNoCase(name, "cl")) {
@@ -466,7 +478,7 @@ public:
 private:
     void scanArgument(const char* arg) {
         if (arg[0] == '-' && arg[1] == '-') {
-            applyDeleteCommand(arg + 2, update_);
+            if (!applyLongOption(arg + 2, update_)) applyDeleteCommand(arg + 2, update_);
         } else if (opensOption(arg)) {
             scanOption(arg);
         } else {

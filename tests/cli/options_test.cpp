@@ -84,6 +84,14 @@ TEST_F(Scan, DeleteFormsIgnoreCaseAndStoreRemoveValues) {
     EXPECT_EQ(run({"--cl", "-CL", "/cl"}).compilation, 2);
 }
 
+TEST_F(Scan, LongHelpAndVersionActAsTheShortOptions) {
+    TagUpdate u = run({"--help"});
+    EXPECT_TRUE(u.helpRequested && !u.versionRequested);
+    u = run({"--Version", "--helpme", "--v"});
+    EXPECT_TRUE(u.versionRequested && !u.helpRequested && u.verbose == 0);
+    EXPECT_EQ(printed, "Unknown delete command helpme\nUnknown delete command v\n");
+}
+
 TEST_F(Scan, NumberValuesNeedALeadingDigit) {
     touch({"abc"});
     TagUpdate u = run({"-tr", "abc", "-ts", "12x", "-g", "300", "-y", "0042x", "-bm", "fast"});
