@@ -96,14 +96,14 @@ private:
     }
     void emit(std::string_view id, ByteWriter& payload) { emit(id, Bytes(payload.data())); }
 
-    TextValue prepared(const TextValue& value, const V2FieldRow& row) const {
-        return settings_.convert && convertsText(row) ? trimWhiteSpace(value) : value;
-    }
+    void textRow(const V2FieldRow& row, const TextValue& value);
     void text(std::string_view id, const TextValue& value);
     void text8(std::string_view id, std::string_view bytes);
     void genre(std::string_view id, const TextValue& value);
     void comment(std::string_view id, const TextValue& value);
     void picture(const Picture& picture);
+    void pair(std::string_view id, uint16_t number, uint16_t total);
+    void uniqueId(std::string_view id, const Id3v2Tag& tag);
 
     ByteWriter& out_;
     const V2WriteSettings& settings_;
@@ -171,82 +171,80 @@ void FrameBuilder::picture(const Picture& picture) {
     out_.zeros(size - (out_.size() - start));
 }
 
-void FrameBuilder::field(const Id3v2Tag& tag, const V2FieldRow& row) {
-    const std::string_view id = row.id;
-    const OptText* value = textField(tag, row.field);
+// The rows that hold one text value; the conversion applies to the text frames among them.
+void FrameBuilder::textRow(const V2FieldRow& row, const TextValue& given) {
+    const TextValue value = settings_.convert && convertsText(row) ? trimWhiteSpace(given) : given;
     switch (row.kind) {
         case V2FrameKind::Text:
-            if (*value) text(id, prepared(**value, row));
-            return;
-        case V2FrameKind::FeedUrl:
-            if (*value) text(id, **value);
-            return;
-        case V2FrameKind::Text8:
-            if (*value) text8(id, toLatin1(prepared(**value, row)));
-            return;
-        case V2FrameKind::Year: {
+        case V2FrameKind::FeedUrl: return text(row.id, value);
+        case V2FrameKind::Text8: return text8(row.id, toLatin1(value));
+        case V2FrameKind::Genre: return genre(row.id, value);
+        case V2FrameKind::Comment: return comment(row.id, value);
+        case V2FrameKind::UserUrl: {
+            ByteWriter payload;
+            payload.u8(Latin1Encoding);
+            payload.u8(0);  // empty description
+            payload.text(toLatin1(value));
+            return emit(row.id, payload);
+        }
+        case V2FrameKind::Url: return emit(row.id, asBytes(toLatin1(value)));
+        default: return;
+    }
+}
+
+void FrameBuilder::uniqueId(std::string_view id, const Id3v2Tag& tag) {
+    ByteWriter payload;
+    payload.text(tag.ufidOwner.empty() ? DefaultUfidOwner : std::string_view(tag.ufidOwner));
+    payload.u8(0);
+    payload.text(std::string_view(tag.ufid).substr(0, UfidLimit));
+    emit(id, payload);
+}
+
+void FrameBuilder::field(const Id3v2Tag& tag, const V2FieldRow& row) {
+    if (const OptText* value = textField(tag, row.field)) {
+        if (*value) textRow(row, **value);
+        return;
+    }
+    const std::string_view id = row.id;
+    switch (row.field) {
+        case V2Field::Track: return pair(id, tag.trackNumber, tag.trackTotal);
+        case V2Field::Set: return pair(id, tag.setNumber, tag.setTotal);
+        case V2Field::Year: {
             std::string year = cutAtNul(tag.year).substr(0, 4);
             if (!year.empty()) text8(id, settings_.convert ? trimWhiteSpace(year) : year);
             return;
         }
-        case V2FrameKind::NumberPair: {
-            bool track = row.field == V2Field::Track;
-            std::string pair = track ? numberPairText(tag.trackNumber, tag.trackTotal, settings_.allowTotalOnly)
-                                     : numberPairText(tag.setNumber, tag.setTotal, settings_.allowTotalOnly);
-            if (!pair.empty()) text8(id, pair);
-            return;
-        }
-        case V2FrameKind::Genre:
-            if (*value) genre(id, prepared(**value, row));
-            return;
-        case V2FrameKind::Comment:
-            if (*value) comment(id, **value);
-            return;
-        case V2FrameKind::UserUrl:
-            if (*value) {
-                ByteWriter payload;
-                payload.u8(Latin1Encoding);
-                payload.u8(0);  // empty description
-                payload.text(toLatin1(**value));
-                emit(id, payload);
-            }
-            return;
-        case V2FrameKind::Url:
-            if (*value) emit(id, asBytes(toLatin1(**value)));
-            return;
-        case V2FrameKind::Flag:
+        case V2Field::Compilation:
             if (tag.compilation) text8(id, "1");
             return;
-        case V2FrameKind::Popularimeter:
+        case V2Field::Rating:
             // An empty email and the rating byte; no play counter.
             if (tag.hasRating) emit(id, std::vector<uint8_t>{0, tag.rating});
             return;
-        case V2FrameKind::UniqueId:
-            if (tag.hasUfid) {
-                ByteWriter payload;
-                payload.text(tag.ufidOwner.empty() ? DefaultUfidOwner : std::string_view(tag.ufidOwner));
-                payload.u8(0);
-                payload.text(std::string_view(tag.ufid).substr(0, UfidLimit));
-                emit(id, payload);
-            }
+        case V2Field::Ufid:
+            if (tag.hasUfid) uniqueId(id, tag);
             return;
-        case V2FrameKind::Binary:
-            emit(id, tag.cdIdentifier);
+        case V2Field::CdIdentifier: return emit(id, tag.cdIdentifier);
+        case V2Field::Podcast:
+            if (tag.podcast) emit(id, std::vector<uint8_t>(PodcastPayloadSize, 0));
             return;
-        case V2FrameKind::PodcastFlag:
-            if (tag.podcast) writeFrame(out_, id, std::vector<uint8_t>(PodcastPayloadSize, 0), settings_.version);
-            return;
-        case V2FrameKind::Advisory:
+        case V2Field::Advisory:
             if (tag.advisory != 0) text8(id, tag.advisory == 1 ? "1" : "2");
             return;
-        case V2FrameKind::UserText:
+        case V2Field::UserText:
             if (settings_.mode != 0)
                 for (const std::vector<uint8_t>& payload : tag.userTexts) emit(id, payload);
             return;
-        case V2FrameKind::Picture:
+        case V2Field::Picture:
             for (const Picture& each : tag.pictures) picture(each);
             return;
+        default: return;
     }
+}
+
+void FrameBuilder::pair(std::string_view id, uint16_t number, uint16_t total) {
+    std::string text = numberPairText(number, total, settings_.allowTotalOnly);
+    if (!text.empty()) text8(id, text);
 }
 
 size_t reservedSize(const Id3v2Tag& tag) {

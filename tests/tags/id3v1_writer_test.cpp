@@ -2,7 +2,6 @@
 // genre bytes, the -trim rule; and what the reader makes of it.
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -16,58 +15,39 @@ namespace {
 using support::ByteVec;
 using support::V1Layout;
 
-Id3v1Tag fields(std::string title, std::string artist, std::string album, std::string year, std::string comment,
-                uint8_t track, uint8_t genre) {
-    return {true, std::move(title), std::move(artist), std::move(album), std::move(year), std::move(comment), track, genre};
-}
-
-ByteVec withByte(ByteVec record, size_t at, uint8_t value) {
-    record[at] = value;
-    return record;
+ByteVec recordOf(const Id3v1Tag& v1, bool convert) {
+    V1Record record = buildV1Record(v1, convert);
+    return ByteVec(record.begin(), record.end());
 }
 
 TEST(V1Record, FieldsTrackAndGenreBytes) {
-    const std::string longText(35, 'x');
-    struct Case {
-        const char* name;
-        Id3v1Tag v1;
-        bool convert;
-        ByteVec expected;
-    };
-    const std::vector<Case> cases = {
-        {"AllFields", fields("Title", "Artist", "Album", "2001", "Hi", 7, 17), false,
+    const std::string x35(35, 'x'), c29(29, 'c');
+    ByteVec commentAndTrack = support::buildV1(V1Layout{"", "", "", "", c29, 0, 0});
+    commentAndTrack[126] = 5;  // a 29-character comment fills byte 125 and the track follows
+    const std::vector<std::tuple<Id3v1Tag, bool, ByteVec>> cases = {
+        {{true, "Title", "Artist", "Album", "2001", "Hi", 7, 17}, false,
          support::buildV1(V1Layout{"Title", "Artist", "Album", "2001", "Hi", 7, 17})},
-        {"LongFieldsAreCut", fields(longText, longText, longText, "20011", longText, 255, 255), false,
-         support::buildV1(V1Layout{longText, longText, longText, "2001", longText.substr(0, 29), 0, 255})},
-        {"TwentyNineCharacterCommentKeepsTheTrack", fields("", "", "", "", std::string(29, 'c'), 5, 0), false,
-         withByte(support::buildV1(V1Layout{"", "", "", "", std::string(29, 'c'), 0, 0}), 126, 5)},
-        {"TrackZero", fields("T", "", "", "", "", 0, 12), false, support::buildV1(V1Layout{"T", "", "", "", "", 0, 12})},
-        {"NulEndsAField", fields(std::string("A\0B", 3), "", "", "", "", 255, 1), false,
-         support::buildV1(V1Layout{"A", "", "", "", "", 0, 1})},
-        {"TrimAfterTheCut", fields(std::string(29, 'a') + " b", " Ar\t", "Al", " 99 ", "\r\nC ", 1, 2), true,
+        {{true, x35, x35, x35, "20011", x35, 255, 255}, false,
+         support::buildV1(V1Layout{x35, x35, x35, "2001", x35.substr(0, 29), 0, 255})},
+        {{true, "", "", "", "", c29, 5, 0}, false, commentAndTrack},
+        {{true, std::string("A\0B", 3), " T ", "", "", "", 0, 1}, false, support::buildV1(V1Layout{"A", " T ", "", "", "", 0, 1})},
+        // Trimmed after the cut: the blank at the title's 30th place goes, the "b" was already cut.
+        {{true, std::string(29, 'a') + " b", " Ar\t", "Al", " 99 ", "\r\nC ", 1, 2}, true,
          support::buildV1(V1Layout{std::string(29, 'a'), "Ar", "Al", "99", "C", 1, 2})},
-        {"NoTrimWithoutConvert", fields(" T ", "", "", "", "", 255, 2), false,
-         support::buildV1(V1Layout{" T ", "", "", "", "", 0, 2})},
     };
-    for (const Case& c : cases) {
-        V1Record record = buildV1Record(c.v1, c.convert);
-        EXPECT_EQ(ByteVec(record.begin(), record.end()), c.expected) << c.name;
-    }
+    for (const auto& [v1, convert, expected] : cases) EXPECT_EQ(recordOf(v1, convert), expected) << v1.title;
 }
 
 TEST(V1Record, ReadsBackAsWritten) {
     ID3Tag track, second;
     track.isMp3 = second.isMp3 = true;
-    track.v1 = fields("Title", "Artist", "Album", "2001", std::string(29, 'c'), 9, 79);
-    V1Record record = buildV1Record(track, false);
-    ASSERT_TRUE(parseV1(second, record));
+    track.v1 = {true, "Title", "Artist", "Album", "2001", std::string(29, 'c'), 9, 79};
+    ASSERT_TRUE(parseV1(second, buildV1Record(track, false)));
     second.v1.enabled = true;
     EXPECT_EQ(compareV1(track, second), 0);
     // No genre (255) is written as it is and reads back as Other (12): the comparison tells.
     track.v1.genre = 255;
-    record = buildV1Record(track, false);
-    parseV1(second, record);
-    EXPECT_EQ(record[127], 255);
+    parseV1(second, buildV1Record(track, false));
     EXPECT_EQ(compareV1(track, second), 10);
 }
 

@@ -17,7 +17,7 @@ namespace {
 
 using namespace tagwick::support;
 
-// Prints the version, mutagen's own listing of the frames, and the encoding of each text frame.
+// Prints the version and mutagen's own listing of the frames.
 constexpr std::string_view ReadScript = R"(import sys
 try:
     import mutagen.mp3
@@ -26,10 +26,6 @@ except ImportError:
 f = mutagen.mp3.MP3(sys.argv[1])
 print("version 2.%d" % f.tags.version[1])
 print(f.tags.pprint())
-for key in sorted(f.tags.keys()):
-    frame = f.tags[key]
-    if hasattr(frame, "encoding"):
-        print("encoding %s %d" % (key, int(frame.encoding)))
 )";
 
 struct ScriptRun {
@@ -86,17 +82,7 @@ TEST(V2WriterInterop, MutagenReadsWhatWasWritten) {
                                "TPE1=Artist\n"
                                "TPOS=1/2\n"
                                "TRCK=3/12\n"
-                               "USLT==eng=La la\n"
-                               "encoding APIC: 0\n"
-                               "encoding COMM::eng 1\n"
-                               "encoding TALB 0\n"
-                               "encoding TCON 0\n"
-                               "encoding TDRC 0\n"
-                               "encoding TIT2 1\n"
-                               "encoding TPE1 0\n"
-                               "encoding TPOS 0\n"
-                               "encoding TRCK 0\n"
-                               "encoding USLT::eng 0\n");
+                               "USLT==eng=La la\n");
     }
 }
 
