@@ -270,10 +270,12 @@ TextValue TextValue::fromUtf8(std::string_view utf8) {
     std::u32string characters = decodeUtf8(utf8);
     bool fitsLatin1 = std::all_of(characters.begin(), characters.end(), [](char32_t c) { return c <= 0xFF; });
     if (fitsLatin1) return latin1(std::string(characters.begin(), characters.end()));
-    std::u16string units;
-    for (char32_t cp : characters) appendUtf16(cp, units);
+    return utf16FromUtf8(utf8);
+}
+
+TextValue TextValue::utf16FromUtf8(std::string_view utf8) {
     std::string bytes = "\xFF\xFE";
-    for (char16_t unit : units) {
+    for (char16_t unit : utf8ToUtf16(utf8)) {
         bytes += char(unit & 0xFF);
         bytes += char(unit >> 8);
     }
@@ -303,6 +305,46 @@ std::string toSingleByte(std::string_view utf16, int mode) {
 
 std::string toSingleByte(const TextValue& value, int mode) {
     return value.isUtf16() ? toSingleByte(value.bytes(), mode) : cutAtNul(value.bytes());
+}
+
+std::string toLatin1(const TextValue& value) {
+    if (!value.isUtf16()) return cutAtNul(value.bytes());
+    std::string_view utf16 = value.bytes();
+    bool bigEndian = !hasLittleEndianMark(utf16);
+    size_t start = hasBigEndianMark(utf16) || hasLittleEndianMark(utf16) ? 2 : 0;
+    std::string out;
+    for (size_t at = start; at + 1 < utf16.size(); at += 2) {
+        char16_t unit = unitAt(utf16, at, bigEndian);
+        if (unit == 0) break;
+        // A surrogate pair is one character beyond U+00FF: one '?' for both halves.
+        if (isLowSurrogate(unit) && at > start && isHighSurrogate(unitAt(utf16, at - 2, bigEndian))) continue;
+        out += unit <= 0xFF ? char(unit) : '?';
+    }
+    return out;
+}
+
+namespace {
+bool isWhiteSpace(char32_t c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
+}  // namespace
+
+std::string trimWhiteSpace(std::string_view text) {
+    size_t first = 0, last = text.size();
+    while (first < last && isWhiteSpace(uint8_t(text[first]))) ++first;
+    while (last > first && isWhiteSpace(uint8_t(text[last - 1]))) --last;
+    return std::string(text.substr(first, last - first));
+}
+
+TextValue trimWhiteSpace(const TextValue& value) {
+    if (!value.isUtf16()) return TextValue::latin1(trimWhiteSpace(value.bytes()));
+    std::string_view bytes = value.bytes();
+    bool bigEndian = !hasLittleEndianMark(bytes);
+    size_t markLength = hasBigEndianMark(bytes) || hasLittleEndianMark(bytes) ? 2 : 0;
+    size_t first = markLength, last = markLength + (bytes.size() - markLength) / 2 * 2;
+    while (first < last && isWhiteSpace(unitAt(bytes, first, bigEndian))) first += 2;
+    while (last > first && isWhiteSpace(unitAt(bytes, last - 2, bigEndian))) last -= 2;
+    std::string out(bytes.substr(0, markLength));
+    out.append(bytes.substr(first, last - first));
+    return TextValue::utf16(std::move(out));
 }
 
 std::string sizeText(long long bytes) {

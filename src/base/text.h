@@ -48,6 +48,8 @@ public:
     // UTF-8 text: kept as ISO-8859-1 when no character lies above U+00FF, else as
     // little-endian UTF-16 with a mark.
     static TextValue fromUtf8(std::string_view utf8);
+    // UTF-8 text as little-endian UTF-16 with a mark, whatever its characters.
+    static TextValue utf16FromUtf8(std::string_view utf8);
 
     bool isUtf16() const { return utf16_; }
     const std::string& bytes() const { return bytes_; }
@@ -70,6 +72,13 @@ private:
 // The TextValue form returns ISO-8859-1 values unchanged (up to their first NUL).
 std::string toSingleByte(std::string_view utf16, int mode);
 std::string toSingleByte(const TextValue& value, int mode);
+// ISO-8859-1 form, for fields stored as 8-bit text: ISO-8859-1 values as they are, UTF-16
+// characters up to U+00FF as their byte and any other character as '?'. Ends at the first NUL.
+std::string toLatin1(const TextValue& value);
+
+// Blanks, tabs and line breaks removed at both ends. A UTF-16 value keeps its mark and byte order.
+std::string trimWhiteSpace(std::string_view text);
+TextValue trimWhiteSpace(const TextValue& value);
 
 // "1023 bytes", "1.00 KB (1536 bytes)", "0.98 MB (1024000 bytes)".
 std::string sizeText(long long bytes);
