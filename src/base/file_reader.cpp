@@ -50,7 +50,7 @@ bool FileReader::open(const char* path) {
         return false;
     }
     // Non-blocking, so that a named pipe without a writer cannot keep the open waiting.
-    UniqueFd fd(::open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    UniqueFd fd(openLeavingAccessTime(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     if (!fd.valid()) return false;
     struct stat info {};
     if (fstat(fd.get(), &info) != 0) return false;

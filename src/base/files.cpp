@@ -125,7 +125,7 @@ Mapping mapFile(const char* path) {
     }
     // errno is left as open() set it, so the caller can report why.
     // Non-blocking, so that a named pipe fails at once (it cannot be sized) instead of waiting.
-    UniqueFd fd(::open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    UniqueFd fd(openLeavingAccessTime(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     if (!fd.valid()) return mapping;
     long long size = fdSize(fd.get());
     if (size < 0) return mapping;
@@ -402,6 +402,12 @@ uint32_t extendedToUint(const uint8_t bytes[10]) {
     if (power < 0) return 0;
     if (power >= 32) return UINT32_MAX;
     return uint32_t(mantissa >> (63 - power));
+}
+
+int openLeavingAccessTime(const char* path, int flags) {
+    int fd = ::open(path, flags | O_NOATIME);
+    if (fd < 0 && errno == EPERM) fd = ::open(path, flags);
+    return fd;
 }
 
 bool removeWithRetry(const char* path) {

@@ -120,6 +120,10 @@ bool writeSyncsafe(FILE* stream, uint32_t value);
 // 80-bit IEEE extended (AIFF sample rate), big-endian, to an unsigned integer.
 uint32_t extendedToUint(const uint8_t bytes[10]);
 
+// open() that leaves the file's access time alone where the system allows it (the caller owns
+// the file), so that reading a track never changes the dates that -kd keeps.
+int openLeavingAccessTime(const char* path, int flags);
+
 // Deleting and renaming a track are retried once after 500 microseconds.
 bool removeWithRetry(const char* path);
 bool renameWithRetry(const char* from, const char* to);
