@@ -1,0 +1,206 @@
+// The version 2 tag written or removed through a complete new file: the new tag (or none) and
+// then the audio data copied behind it into a temporary file beside the track, which takes the
+// track's place in one rename once every byte has been written; then the file is read back.
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "base/file_reader.h"
+#include "base/file_writer.h"
+#include "base/logger.h"
+#include "base/safe_replace.h"
+#include "base/text.h"
+#include "tags/aiff_container.h"
+#include "tags/id3_tag.h"
+#include "tags/id3v1.h"
+#include "tags/id3v2_compare.h"
+#include "tags/id3v2_reader.h"
+#include "tags/id3v2_writer.h"
+#include "tags/track_save.h"
+
+namespace tagwick {
+
+namespace {
+
+constexpr size_t TagHeaderSize = 10;
+constexpr int HighestMode = 2;
+
+bool namesSameFile(const std::string& a, const std::string& b) {
+    if (a == b) return true;
+    struct stat first {}, second {};
+    return ::stat(a.c_str(), &first) == 0 && ::stat(b.c_str(), &second) == 0 && first.st_dev == second.st_dev &&
+           first.st_ino == second.st_ino;
+}
+
+mode_t permissionsOf(int fd) {
+    struct stat info {};
+    return ::fstat(fd, &info) == 0 ? info.st_mode & 07777 : 0644;
+}
+
+// Where the audio data begins: after the tag at the file's start, never past the end.
+uint64_t audioOffset(FileReader& source) {
+    const uint64_t tagSize = tagSizeFromHeader(source.view(0, TagHeaderSize));
+    return std::min<uint64_t>(tagSize, source.size());
+}
+
+// Every failed save of a version 2 tag ends with this line.
+constexpr const char* NotAltered = "NOTE: the original file has not been altered.";
+
+void logNotAltered(const char* what) {
+    Logger::log(LogError, "%s", what);
+    Logger::log(LogError, "%s", NotAltered);
+}
+
+// The new file for a save: a temporary file beside the track, or the -out file.
+struct SaveOutput {
+    SiblingTempFile temporary;
+    UniqueFd outFile;
+    std::string name;
+
+    int fd() const { return temporary.valid() ? temporary.fd() : outFile.get(); }
+    bool close() { return temporary.valid() ? temporary.close() : outFile.close(); }
+};
+
+bool openOutput(SaveOutput& output, const std::string& trackPath, const std::string& outPath, mode_t mode) {
+    if (outPath.empty()) {
+        output.temporary = SiblingTempFile::create(trackPath, mode);
+        output.name = output.temporary.name();
+        return output.temporary.valid();
+    }
+    output.name = outPath;
+    output.outFile = UniqueFd(::open(outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
+    return output.outFile.valid();
+}
+
+// The new tag, then everything after the old one.
+int writeTaggedCopy(const ID3Tag& track, FileReader& source, FileWriter& out, const std::string& outName, int version,
+                    bool convert, int mode) {
+    const std::vector<uint8_t> tag = buildV2Tag(track, version, convert, mode);
+    if (tag.empty() || !out.write(tag)) return TagNotWritten;
+    const uint64_t audio = audioOffset(source);
+    if (!out.copyFrom(source.fd(), audio, source.size() - audio)) {
+        Logger::log(LogError, "Failed to copy the MPEG data to the output file '%s'", outName.c_str());
+        return AudioNotCopied;
+    }
+    return TagSaved;
+}
+
+// Reads the saved file into a second track and compares the version 2 fields.
+int verifyV2(const ID3Tag& track, int version) {
+    ID3Tag second;
+    second.tagTypeMode = track.tagTypeMode;
+    second.ignoreAiffCorruption = track.ignoreAiffCorruption;
+    second.open(track.path.c_str());
+    if (!second.kindCheckPassed) return TagSaved;
+    const int code = compareV2(track, second, version);
+    if (code == 0) return TagSaved;
+    const std::string_view label = fieldLabel(code);
+    Logger::log(LogError, "Failed to verify the saved V2 tag data in '%s' (%d:%.*s)", track.path.c_str(), code,
+                int(label.size()), label.data());
+    return VerificationFailed;
+}
+
+}  // namespace
+
+int updateV2(ID3Tag& track, bool trash, int version, bool keepDates, bool convert, int mode,
+             const std::string& givenOutPath) {
+    if (version == 0) version = chooseV2Version(track);
+    if (mode > HighestMode) mode = 0;
+    std::string outPath = givenOutPath;
+    if (!outPath.empty() && namesSameFile(outPath, track.path)) outPath.clear();
+    if (track.path.empty()) return NothingToDo;
+    Logger::log(LogProgress, "Updating V2 to track: %s", (outPath.empty() ? track.path : outPath).c_str());
+    const FileDates dates = saveFileDates(track.path.c_str());
+
+    FileReader source;
+    if (!source.open(track.path.c_str())) {
+        Logger::log(LogError, "Failed to open the source for read only (error: %s)", errorText(errno).c_str());
+        Logger::log(LogError, "%s", NotAltered);
+        return SourceNotOpenable;
+    }
+    SaveOutput output;
+    if (!openOutput(output, track.path, outPath, permissionsOf(source.fd()))) {
+        Logger::log(LogError, "Failed to open the output file '%s' (error: %s)", output.name.c_str(),
+                    errorText(errno).c_str());
+        Logger::log(LogError, "%s", NotAltered);
+        return OutputNotOpenable;
+    }
+
+    int status = TagSaved;
+    {
+        FileWriter out(output.fd());
+        if (track.isAiff) status = writeAiffWithTag(track, source, out, version, convert, mode);
+        else status = writeTaggedCopy(track, source, out, output.name, version, convert, mode);
+        if (status == TagSaved && !out.flush()) status = AudioNotCopied;
+    }
+    if (!output.close() && status == TagSaved) status = AudioNotCopied;
+    if (status != TagSaved) {
+        if (!outPath.empty()) ::unlink(outPath.c_str());
+        logNotAltered("An error occurred saving the version 2 tag data.");
+        return status;
+    }
+
+    if (outPath.empty()) {
+        if (!replaceWithTemporary(output.name.c_str(), track.path.c_str(), trash)) {
+            Logger::log(LogError, "%s", NotAltered);
+            return ReplacementFailed;
+        }
+        output.temporary.keep();
+    } else {
+        track.path = outPath;
+    }
+    track.writable = false;
+    // The dates go back after the read-back, which would otherwise leave its access time.
+    const int verified = verifyV2(track, version);
+    if (keepDates) restoreFileDates(track.path.c_str(), dates);
+    return verified;
+}
+
+int removeV2(ID3Tag& track, bool trash, bool keepDates, const std::string& givenPath) {
+    const std::string path = givenPath.empty() ? track.path : givenPath;
+    if (path.empty()) return NothingToDo;
+    Logger::log(LogProgress, "Removing V2 from track: %s", path.c_str());
+    const FileDates dates = saveFileDates(path.c_str());
+
+    FileReader source;
+    if (!source.open(path.c_str())) {
+        Logger::log(LogError, "Failed to open the file '%s' for reading to remove the version 2 tag (error: %s)",
+                    path.c_str(), errorText(errno).c_str());
+        Logger::log(LogError, "%s", NotAltered);
+        return SourceNotOpenable;
+    }
+    SiblingTempFile temporary = SiblingTempFile::create(path, permissionsOf(source.fd()));
+    if (!temporary.valid()) {
+        Logger::log(LogError, "Failed to open the temporary file to remove the version 2 tag (error: %s)",
+                    errorText(errno).c_str());
+        Logger::log(LogError, "%s", NotAltered);
+        return OutputNotOpenable;
+    }
+
+    int status = TagSaved;
+    {
+        FileWriter out(temporary.fd());
+        if (track.isAiff) {
+            status = writeAiffWithoutTag(track, source, out);
+        } else {
+            const uint64_t audio = audioOffset(source);
+            if (!out.copyFrom(source.fd(), audio, source.size() - audio)) status = AudioNotCopied;
+        }
+        if (status == TagSaved && !out.flush()) status = AudioNotCopied;
+    }
+    if (!temporary.close() && status == TagSaved) status = AudioNotCopied;
+    if (status != TagSaved) {
+        logNotAltered("An error occurred saving the file without the version 2 tag data.");
+        return status;
+    }
+    if (!replaceWithTemporary(temporary.name().c_str(), path.c_str(), trash)) {
+        Logger::log(LogError, "%s", NotAltered);
+        return ReplacementFailed;
+    }
+    temporary.keep();
+    if (keepDates) restoreFileDates(path.c_str(), dates);
+    return TagSaved;
+}
+
+}  // namespace tagwick
