@@ -7,6 +7,7 @@
 #include "cli/display.h"
 #include "cli/export_run.h"
 #include "cli/options.h"
+#include "cli/update_run.h"
 #include "mpeg/mpeg_info.h"
 #include "mpeg/stream_checker.h"
 #include "tags/id3_tag.h"
@@ -15,19 +16,8 @@ namespace tagwick {
 
 namespace {
 
-struct TrackOutcome {
-    TrackStatus status = TrackStatus::Ok;
-    bool endsRun = false;  // the MPEG values act on the first track only
-};
+using TrackOutcome = UpdateOutcome;
 
-// ---- Not built yet ---------------------------------------------------------------------------
-// Exports, removals, copies, imports, field updates with their save steps, -out and -rename
-// are not part of this build. They must not look done: say so and fail the track.
-TrackStatus notBuiltYet() {
-    std::fputs("This build cannot change or export tags yet\n", stderr);
-    return TrackStatus::TagNotWritten;
-}
-// ----------------------------------------------------------------------------------------------
 
 DisplayOptions displayOptions(const TagUpdate& update, bool tags, bool fileInfo, bool images) {
     DisplayOptions options;
@@ -57,41 +47,6 @@ TrackStatus thenRename(const TagUpdate& update, const std::string& path, TrackSt
     return renamed == TrackStatus::Ok ? status : renamed;
 }
 
-bool openForUpdate(ID3Tag& track, const TagUpdate& update, const std::string& path) {
-    track.ignoreAiffCorruption = update.ignoreAiffCorruption;
-    track.tagTypeMode = update.tagType;
-    int result = track.open(path.c_str());
-    // A tag data file has no stream summary, so its open returns 0 even when it was read.
-    return result != 0 || (track.isTagDataFile && track.kindCheckPassed);
-}
-
-// -mlen, -mbtr, -mfrq and -mchn, in that order, each when given.
-void printMpegValues(const TagUpdate& update, const ID3Tag& track) {
-    const MpegInfo& info = track.mpeg;
-    if (update.printLength) std::printf("%lld\n", static_cast<long long>(info.lengthSeconds));
-    if (update.printBitrate) std::printf("%d\n", static_cast<int>(info.averageBitrate * 1000));
-    if (update.printFrequency) std::printf("%lld\n", static_cast<long long>(track.frequencyHz()));
-    if (update.printChannels) std::printf("%d\n", channelCode(info.channelMode));
-}
-
-TrackOutcome runUpdate(const TagUpdate& update, const std::string& path) {
-    if (update.verboseOn()) std::printf("Updating the %s tag information for '%s'\n", "ID3", fileNamePart(path.c_str()));
-    if (update.outputFile) return {notBuiltYet()};
-
-    ID3Tag track;
-    if (!openForUpdate(track, update, path)) return {TrackStatus::NotOpened};
-
-    if (update.removeV1 || update.removeV2) return {notBuiltYet()};
-    if (update.copyV1ToV2 || update.copyV2ToV1) return {notBuiltYet()};
-    if (update.importFile) return {notBuiltYet()};
-    if (update.anyMpegValueRequested()) {
-        printMpegValues(update, track);
-        // Deliberately the end of the whole run, whatever tracks follow.
-        return {TrackStatus::Ok, true};
-    }
-    return {notBuiltYet()};  // field updates and the save steps
-}
-
 TrackOutcome runTrack(const TagUpdate& update, const std::string& path) {
     if (!ID3Tag::kindFromPath(path.c_str(), nullptr)) {
         std::printf("File type is not supported for %s\n", path.c_str());
@@ -103,7 +58,7 @@ TrackOutcome runTrack(const TagUpdate& update, const std::string& path) {
                                runDisplay(update, path, update.showTags, update.showFileInfo, update.showImages))};
         case TrackWork::Check: return {thenRename(update, path, runCheck(path, false))};
         case TrackWork::Fix: return {thenRename(update, path, runCheck(path, true))};
-        case TrackWork::ExportTagData: return {notBuiltYet()};
+        case TrackWork::ExportTagData: return {runTagDataExport(update, path)};
         case TrackWork::ExportCsv: return {runCsvExport(update, path)};
         case TrackWork::ExportXml: return {runXmlExport(update, path)};
         case TrackWork::ExportImages: return {runImageExport(update, path)};
