@@ -109,7 +109,7 @@ TEST(Cli, EachRunAppendsAHeaderToTheUsersLogAndMessagesEchoWithoutTheDate) {
     support::writeText(log, "earlier line\n");
     support::TempDir dir;
     support::writeText(dir.file("a.mp3"), "junk");
-    CliOptions options{dir.path(), name, {{"LOGNAME", "tagwick-e2e-someone-else"}}};  // USER comes first
+    CliOptions options{dir.path(), name, {{"LOGNAME", "tagwick-e2e-someone-else"}}, {}};  // USER comes first
 
     CliResult failed = runCli({"-ti", "x", "a.mp3"}, options);
     EXPECT_EQ(failed.status, 1);

@@ -90,6 +90,7 @@ std::vector<std::string> childEnvironment(const CliOptions& options) {
     for (char** e = environ; *e != nullptr; ++e) {
         std::string_view entry = *e;
         if (entry.starts_with("USER=") || entry.starts_with("LOGNAME=")) continue;
+        if (options.fault && (entry.starts_with("ASAN_OPTIONS=") || entry.starts_with("LD_PRELOAD="))) continue;
         bool overridden = false;
         for (const auto& [name, value] : options.env) {
             if (entry.starts_with(name + "=")) overridden = true;
@@ -98,6 +99,17 @@ std::vector<std::string> childEnvironment(const CliOptions& options) {
     }
     if (!options.user.empty()) env.push_back("USER=" + options.user);
     for (const auto& [name, value] : options.env) env.push_back(name + "=" + value);
+    if (const std::optional<Fault>& fault = options.fault) {
+        env.push_back(std::string("LD_PRELOAD=") + TAGWICK_FAULT_SHIM_PATH);
+        // A sanitizer build wants its runtime first; the shim only passes calls on.
+        const char* asan = std::getenv("ASAN_OPTIONS");
+        env.push_back(std::string("ASAN_OPTIONS=") + (asan ? std::string(asan) + ":" : "") + "verify_asan_link_order=0");
+        env.push_back("TAGWICK_FAULT_OP=" + fault->op);
+        env.push_back("TAGWICK_FAULT_PATH=" + fault->path);
+        env.push_back("TAGWICK_FAULT_AFTER=" + std::to_string(fault->after));
+        env.push_back("TAGWICK_FAULT_ERRNO=" + std::to_string(fault->error));
+        if (fault->kill) env.push_back("TAGWICK_FAULT_KILL=1");
+    }
     return env;
 }
 
@@ -108,7 +120,7 @@ CliResult runCli(const std::vector<std::string>& args, const CliOptions& options
     std::vector<std::string> env = childEnvironment(options);
 
     std::vector<char*> argv;
-    std::string program = TAGWICK_CLI_PATH;
+    std::string program = options.fault ? TAGWICK_DYNAMIC_CLI_PATH : TAGWICK_CLI_PATH;
     argv.push_back(program.data());
     std::vector<std::string> copies(args);
     for (std::string& a : copies) argv.push_back(a.data());

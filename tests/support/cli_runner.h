@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -31,10 +32,20 @@ void writeText(const std::string& path, std::string_view text);
 std::vector<uint8_t> readFile(const std::string& path);
 std::string readText(const std::string& path);
 
+// A file call that fails in the child (see tests/support/shim/fault_shim.cpp).
+struct Fault {
+    std::string op;     // write, pwrite, close, rename, copy, truncate, open (creating)
+    std::string path;   // only calls on files whose path contains this
+    long after = 0;     // matching calls that succeed first
+    int error = 28;     // ENOSPC
+    bool kill = false;  // SIGKILL instead of an error
+};
+
 struct CliOptions {
     std::string workingDir;                       // empty: the test's own working folder
     std::string user = "tagwick-test-nobody";     // USER for the run (LOGNAME is removed)
     std::vector<std::pair<std::string, std::string>> env;  // further variables to set
+    std::optional<Fault> fault;                   // loads the fault shim when given
 };
 
 struct CliResult {
