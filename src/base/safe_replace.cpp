@@ -173,7 +173,8 @@ int copyFileReplacing(const char* source, const char* destination) {
     if (!in.open(source)) return errno ? errno : EIO;
     struct stat info {};
     ::fstat(in.fd(), &info);
-    SiblingTempFile temporary = SiblingTempFile::create(destination, info.st_mode);
+    // The copy is made to be changed: its owner may write it even when the source was read-only.
+    SiblingTempFile temporary = SiblingTempFile::create(destination, info.st_mode | S_IWUSR);
     if (!temporary.valid()) return errno ? errno : EEXIST;
     FileWriter out(temporary.fd());
     if (!out.copyFrom(in.fd(), 0, in.size()) || !out.flush()) return out.error() ? out.error() : EIO;

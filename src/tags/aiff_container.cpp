@@ -134,11 +134,13 @@ private:
             }
             Logger::log(LogError, "Copied %lu of AIFF chunk %s but expected %lu (ignoring truncation...)",
                         static_cast<unsigned long>(copied), shown.c_str(), static_cast<unsigned long>(length));
-            // The chunk keeps what the file held of it, and its size says so.
+            // The chunk keeps what the file held of it, and its size says so; an odd size gets
+            // its pad byte, so that a chunk written after it starts where readers look for it.
             if (copied >= ChunkHeaderSize) {
                 ByteWriter size;
                 size.be32(uint32_t(copied - ChunkHeaderSize));
                 if (!output_.writeAt(output_.position() - copied + 4, size.data())) return Step::Failed;
+                if (copied % 2 != 0 && !output_.write(std::array<uint8_t, 1>{0})) return Step::Failed;
             }
             return Step::Finished;
         }

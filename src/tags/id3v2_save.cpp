@@ -52,6 +52,13 @@ void logNotAltered(const char* what) {
     Logger::log(LogError, "%s", NotAltered);
 }
 
+// A track that its owner made read-only is not replaced, although its folder would allow it.
+bool refusesChanges(const std::string& path) {
+    if (!isWriteProtected(path.c_str())) return false;
+    Logger::log(LogError, "%s", NotAltered);
+    return true;
+}
+
 // The new file for a save: a temporary file beside the track, or the -out file.
 struct SaveOutput {
     SiblingTempFile temporary;
@@ -112,6 +119,7 @@ int updateV2(ID3Tag& track, bool trash, int version, bool keepDates, bool conver
     if (track.path.empty()) return NothingToDo;
     Logger::log(LogProgress, "Updating V2 to track: %s", (outPath.empty() ? track.path : outPath).c_str());
     const FileDates dates = saveFileDates(track.path.c_str());
+    if (refusesChanges(track.path)) return SourceNotOpenable;
 
     FileReader source;
     if (!source.open(track.path.c_str())) {
@@ -162,6 +170,7 @@ int removeV2(ID3Tag& track, bool trash, bool keepDates, const std::string& given
     if (path.empty()) return NothingToDo;
     Logger::log(LogProgress, "Removing V2 from track: %s", path.c_str());
     const FileDates dates = saveFileDates(path.c_str());
+    if (refusesChanges(path)) return SourceNotOpenable;
 
     FileReader source;
     if (!source.open(path.c_str())) {

@@ -5,6 +5,7 @@
 #include <fcntl.h>
 #include <string>
 #include <sys/stat.h>
+#include <unistd.h>
 #include <vector>
 
 #include "support/cli_runner.h"
@@ -16,26 +17,9 @@ namespace {
 
 ByteVec audio() { return buildStream({}, 20); }
 
-V2Frame frame(std::string id, ByteVec payload) {
-    V2Frame out;
-    out.id = std::move(id);
-    out.payload = std::move(payload);
-    return out;
-}
-
-V2Frame text(std::string id, std::string_view latin1) { return frame(std::move(id), latin1Payload(latin1)); }
-
-// A tag as the program writes it: the frames, then padding to a multiple of 128 bytes with at
-// least 10 bytes of it.
-ByteVec paddedTag(int major, std::vector<V2Frame> frames) {
-    V2TagLayout layout;
-    layout.major = major;
-    layout.frames = std::move(frames);
-    const size_t used = buildV2Tag(layout).size();
-    layout.padding = 128 - used % 128;
-    if (layout.padding <= 9) layout.padding += 128;
-    return buildV2Tag(layout);
-}
+V2Frame text(std::string id, std::string_view latin1) { return latin1Frame(std::move(id), latin1); }
+V2Frame frame(std::string id, ByteVec payload) { return v2Frame(std::move(id), std::move(payload)); }
+ByteVec paddedTag(int major, std::vector<V2Frame> frames) { return programTag(major, std::move(frames)); }
 
 std::vector<std::string> withTrack(std::vector<std::string> args, const std::string& track) {
     args.push_back(track);
@@ -261,6 +245,21 @@ TEST(Update, FailedSaveLeavesTheTrackAsItWas) {
         EXPECT_EQ(readFile(track), original) << c.name;
         EXPECT_FALSE(exists(track + ".t0")) << c.name;
     }
+}
+
+// A track its owner made read-only is left alone with a clear message (root may write anything,
+// so the case cannot be made there).
+TEST(Update, ReadOnlyTrackIsNotReplaced) {
+    if (geteuid() == 0) GTEST_SKIP() << "root writes read-only files";
+    TempDir dir;
+    const std::string track = dir.file("song.mp3");
+    writeFile(track, audio());
+    ASSERT_EQ(chmod(track.c_str(), 0444), 0);
+    CliResult result = runCli({"-ti", "New", track});
+    EXPECT_EQ(result.status, 2);
+    EXPECT_NE(result.err.find("Open file write check error: Permission denied (13)\n"), std::string::npos) << result.err;
+    EXPECT_EQ(result.out, "Failed to update the V2 tag data for '" + track + "' (2)\n");
+    EXPECT_EQ(readFile(track), audio());
 }
 
 // Killed at any call of a save, the program leaves the old track or the new one, never neither.

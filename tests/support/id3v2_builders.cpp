@@ -169,4 +169,23 @@ ByteVec syncsafeBytes(uint32_t value) {
             uint8_t(value & 0x7F)};
 }
 
+V2Frame v2Frame(std::string id, ByteVec payload) {
+    V2Frame out;
+    out.id = std::move(id);
+    out.payload = std::move(payload);
+    return out;
+}
+
+V2Frame latin1Frame(std::string id, std::string_view latin1) { return v2Frame(std::move(id), latin1Payload(latin1)); }
+
+ByteVec programTag(int major, std::vector<V2Frame> frames) {
+    V2TagLayout layout;
+    layout.major = major;
+    layout.frames = std::move(frames);
+    const size_t used = buildV2Tag(layout).size();
+    layout.padding = 128 - used % 128;
+    if (layout.padding <= 9) layout.padding += 128;
+    return buildV2Tag(layout);
+}
+
 }  // namespace tagwick::support

@@ -78,6 +78,14 @@ struct V2TagLayout {
 // overridden), then the extended header, frames and padding.
 ByteVec buildV2Tag(const V2TagLayout& layout);
 
+// A frame with its payload (flags 0, true size).
+V2Frame v2Frame(std::string id, ByteVec payload);
+// A text frame of encoding 0 holding `latin1`.
+V2Frame latin1Frame(std::string id, std::string_view latin1);
+// A tag laid out as the program writes one: the frames, then zero padding up to a multiple of
+// 128 bytes that leaves at least 10 of them.
+ByteVec programTag(int major, std::vector<V2Frame> frames);
+
 // The unsynchronisation scheme: a 00 byte is inserted after every FF that is followed by a
 // byte >= E0 or by 00, and after a final FF.
 ByteVec unsynchronise(std::span<const uint8_t> data);

@@ -1,0 +1,183 @@
+// Writing and removing the "ID3 " chunk of AIFF and AIFF-C tracks through the program: the
+// container rebuilt chunk by chunk, every other chunk unchanged, and the corruption rules.
+#include <gtest/gtest.h>
+
+#include <cctype>
+#include <cstdio>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "support/cli_runner.h"
+#include "support/mpeg_builders.h"
+#include "support/tag_builders.h"
+
+namespace tagwick::support {
+namespace {
+
+AiffChunk chunk(std::string id, ByteVec body, std::optional<uint32_t> size = std::nullopt) {
+    return {std::move(id), std::move(body), size, true};
+}
+
+AiffChunk comm() { return chunk("COMM", commBody(2, 100, 16, 44100)); }
+AiffChunk ssnd() { return chunk("SSND", ssndBody(400, 0x11)); }
+AiffChunk anno() { return chunk("ANNO", bytesOf("odd"));  }  // three bytes and a pad byte
+
+ByteVec form(std::vector<AiffChunk> chunks, std::string type = "AIFF", std::string id = "FORM") {
+    AiffLayout layout;
+    layout.formId = std::move(id);
+    layout.formType = std::move(type);
+    layout.chunks = std::move(chunks);
+    return buildAiff(layout);
+}
+
+AiffChunk id3Chunk(const ByteVec& tag) { return chunk("ID3 ", tag); }
+
+ByteVec titleTag(std::string_view title) { return programTag(3, {latin1Frame("TIT2", title)}); }
+
+// The chunks of a form other than "ID3 ", each with its header and pad byte; `whole` tells
+// whether they fill the file exactly as the form size says.
+std::vector<ByteVec> otherChunks(const ByteVec& file, bool* whole) {
+    std::vector<ByteVec> out;
+    size_t at = 12;
+    while (file.size() - at >= 8) {
+        const size_t size = (size_t(file[at + 4]) << 24 | size_t(file[at + 5]) << 16 | size_t(file[at + 6]) << 8 |
+                             file[at + 7]) + (file[at + 7] & 1);
+        if (size > file.size() - at - 8) break;
+        std::string id(file.begin() + at, file.begin() + at + 4);
+        for (char& c : id) c = char(std::toupper(static_cast<unsigned char>(c)));
+        if (id != "ID3 ") out.emplace_back(file.begin() + at, file.begin() + at + 8 + size);
+        at += 8 + size;
+    }
+    *whole = at == file.size() && file.size() >= 12 &&
+             (size_t(file[4]) << 24 | size_t(file[5]) << 16 | size_t(file[6]) << 8 | file[7]) + 8 == file.size();
+    return out;
+}
+
+struct AiffCase {
+    const char* name;
+    std::vector<AiffChunk> before;
+    std::vector<AiffChunk> after;  // what the program must write, with the new tag's chunk marked by "ID3 "
+    std::string type = "AIFF";
+    std::string formId = "FORM";
+};
+
+// The new "ID3 " chunk stands directly after SSND; every old one is left out; the other chunks
+// keep their bytes and order; the form size is what was written.
+TEST(AiffUpdate, NewTagChunkFollowsTheSoundData) {
+    const ByteVec tag = titleTag("Song");
+    const std::vector<AiffCase> cases = {
+        {"Plain", {comm(), ssnd(), anno()}, {comm(), ssnd(), id3Chunk(tag), anno()}},
+        {"TwoOldTagChunks",
+         {comm(), id3Chunk(titleTag("Old")), ssnd(), anno(), id3Chunk(titleTag("Older"))},
+         {comm(), ssnd(), id3Chunk(tag), anno()},
+         "AIFC"},
+        {"LowerCaseForm", {comm(), ssnd()}, {comm(), ssnd(), id3Chunk(tag)}, "aiff", "form"},
+        {"NoSoundChunk", {comm(), anno()}, {comm(), anno(), id3Chunk(tag)}},
+    };
+    for (const AiffCase& c : cases) {
+        TempDir dir;
+        const std::string track = dir.file("song.aif");
+        writeFile(track, form(c.before, c.type, c.formId));
+        CliResult result = runCli({"-ti", "Song", track});
+        EXPECT_EQ(result.status, 0) << c.name << result.err;
+        EXPECT_EQ(readFile(track), form(c.after, c.type, c.formId)) << c.name;
+        EXPECT_NE(runCli({"-d", track}).out.find(" Title: Song\n"), std::string::npos) << c.name;
+
+        ASSERT_EQ(runCli({"-rm2", track}).status, 0) << c.name;
+        std::vector<AiffChunk> without;
+        for (const AiffChunk& kept : c.after)
+            if (kept.id != "ID3 ") without.push_back(kept);
+        EXPECT_EQ(readFile(track), form(without, c.type, c.formId)) << c.name;
+    }
+}
+
+// A chunk that claims more than the form holds: after SSND, -iac ends the copy there (the
+// chunk is dropped) and the save goes on; without -iac, and before SSND in any case, it fails.
+TEST(AiffUpdate, OversizedChunkIsForgivenOnlyAfterTheSoundDataWithIac) {
+    const AiffChunk liar = chunk("JUNK", bytesOf("abcd"), 4000);
+    struct Case {
+        const char* name;
+        std::vector<AiffChunk> chunks;
+        bool iac;
+        int status;
+        std::string message;
+    };
+    const std::vector<Case> cases = {
+        {"AfterSoundWithIac", {comm(), ssnd(), liar}, true, 0,
+         "AIFF data integrity error for the chunk JUNK (4000/4) (ignoring...)\n"},
+        {"AfterSoundWithoutIac", {comm(), ssnd(), liar}, false, 2, "AIFF data integrity error for the chunk JUNK (4000/4)\n"},
+        {"BeforeSoundWithIac", {comm(), liar, ssnd()}, true, 2, "AIFF data integrity error for the chunk JUNK (4000/"},
+    };
+    for (const Case& c : cases) {
+        TempDir dir;
+        const std::string track = dir.file("song.aif");
+        const ByteVec original = form(c.chunks);
+        writeFile(track, original);
+        std::vector<std::string> args = {"-ti", "Song", track};
+        if (c.iac) args.insert(args.begin(), "-iac");
+        CliResult result = runCli(args);
+        EXPECT_EQ(result.status, c.status) << c.name << result.err;
+        EXPECT_NE(result.err.find(c.message), std::string::npos) << c.name << result.err;
+        if (c.status == 0) {
+            EXPECT_EQ(readFile(track), form({comm(), ssnd(), id3Chunk(titleTag("Song"))})) << c.name;
+        } else {
+            EXPECT_NE(result.err.find("NOTE: the original file has not been altered.\n"), std::string::npos) << c.name;
+            EXPECT_EQ(readFile(track), original) << c.name;
+        }
+    }
+}
+
+// Non-printable bytes of a chunk ID are shown as '?'.
+TEST(AiffUpdate, UnprintableChunkIdIsShownWithQuestionMarks) {
+    TempDir dir;
+    const std::string track = dir.file("song.aif");
+    writeFile(track, form({comm(), ssnd(), chunk(std::string("J\x01N\x7F", 4), bytesOf("ab"), 999)}));
+    CliResult result = runCli({"-ti", "Song", track});
+    EXPECT_NE(result.err.find("AIFF data integrity error for the chunk J?N? (1000/2)\n"), std::string::npos)
+        << result.err;
+}
+
+// Each AIFF file of the sample corpus is updated and read back, or refused with its message;
+// python3-mutagen reads the tag that was written, and every other chunk keeps its bytes.
+TEST(AiffUpdate, CorpusFilesAreUpdatedOrRefused) {
+    const std::string corpus = corpusFile("");
+    if (corpus.empty()) GTEST_SKIP() << "no sample corpus";
+    const bool haveMutagen = std::system("/usr/bin/python3 -c 'import mutagen' 2>/dev/null") == 0;
+    int updated = 0;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(corpus)) {
+        const std::string extension = entry.path().extension().string();
+        if (extension != ".aif" && extension != ".aiff") continue;
+        TempDir dir;
+        const std::string track = dir.file("track.aif");
+        std::filesystem::copy_file(entry.path(), track);
+        std::filesystem::permissions(track, std::filesystem::perms::owner_write, std::filesystem::perm_options::add);
+        const ByteVec original = readFile(track);
+        CliResult result = runCli({"-iac", "-ti", "Corpus title", track});
+        const std::string name = entry.path().filename().string();
+        if (result.status != 0) {
+            // Refused: a message says why, and the file is as it was.
+            EXPECT_NE(result.err.find("\n2"), std::string::npos) << name;
+            EXPECT_EQ(readFile(track), original) << name;
+            continue;
+        }
+        ++updated;
+        EXPECT_NE(runCli({"-iac", "-d", track}).out.find(" Title: Corpus title\n"), std::string::npos) << name;
+        bool wasWhole = false, isWhole = false;
+        const std::vector<ByteVec> before = otherChunks(original, &wasWhole);
+        const std::vector<ByteVec> after = otherChunks(readFile(track), &isWhole);
+        EXPECT_TRUE(isWhole) << name;
+        if (wasWhole) {
+            EXPECT_EQ(after, before) << name;
+        }
+        if (!haveMutagen) continue;
+        const std::string check = "/usr/bin/python3 -c \"import sys; from mutagen.aiff import AIFF; "
+                                  "sys.exit(0 if str(AIFF(sys.argv[1]).tags['TIT2']) == 'Corpus title' else 1)\" " +
+                                  track + " 2>/dev/null";
+        EXPECT_EQ(std::system(check.c_str()), 0) << name;
+    }
+    EXPECT_GT(updated, 3);
+}
+
+}  // namespace
+}  // namespace tagwick::support
