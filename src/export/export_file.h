@@ -1,0 +1,48 @@
+// A file an export writes: every write and the close are checked, and a file left unfinished
+// can be taken back (removed, or cut back to where the export began appending). Only regular
+// files are taken back, never a device or a pipe named as the target.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <sys/types.h>
+
+#include "base/bytes.h"
+#include "base/files.h"
+
+namespace tagwick {
+
+class ExportFile {
+public:
+    // Creates or empties the file (like fopen "wb+"); false with errno set when it cannot.
+    bool create(const std::string& path);
+    // Opens for appending, creating it when missing (like fopen "ab+").
+    bool openForAppend(const std::string& path);
+
+    // Writes all of `bytes`; returns how many were written. After a failure nothing more is
+    // written and error() tells why.
+    size_t write(Bytes bytes);
+    size_t write(std::string_view text) { return write(asBytes(text)); }
+    // Closes; false when a write or the close failed (error() then holds the error number).
+    bool close();
+    int error() const { return error_; }
+    // The size the file had when it was opened.
+    off_t sizeAtOpen() const { return sizeAtOpen_; }
+
+    // Removes a created file / cuts an appended one back to its size at opening. Works after
+    // close() too.
+    void discard();
+    void cutBack();
+
+private:
+    bool open(const std::string& path, int flags);
+    void fail(int error);
+
+    UniqueFd fd_;
+    std::string path_;
+    off_t sizeAtOpen_ = 0;
+    bool regular_ = false;
+    int error_ = 0;
+};
+
+}  // namespace tagwick

@@ -1,0 +1,23 @@
+#include "export/tag_values.h"
+
+#include "base/genres.h"
+#include "base/text.h"
+
+namespace tagwick {
+
+std::string exportText(const OptText& value) { return value ? value->utf8() : std::string(); }
+
+std::string exportYear(const Id3v2Tag& tag) { return latin1ToUtf8(tag.year); }
+
+std::string exportTimestamp(const OptText& value) {
+    return value ? displayTimestamp(value->utf8().c_str()) : std::string();
+}
+
+std::string ufidOwnerText(const Id3v2Tag& tag) { return tag.ufidOwner.empty() ? "Default" : tag.ufidOwner; }
+
+std::string ufidDataText(const Id3v2Tag& tag) {
+    std::string id = tag.ufid.substr(0, UfidLimit);
+    return id.substr(0, id.find('\0'));
+}
+
+}  // namespace tagwick
