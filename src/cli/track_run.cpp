@@ -5,6 +5,7 @@
 
 #include "base/files.h"
 #include "cli/display.h"
+#include "cli/export_run.h"
 #include "cli/options.h"
 #include "mpeg/mpeg_info.h"
 #include "mpeg/stream_checker.h"
@@ -50,9 +51,10 @@ TrackStatus runCheck(const std::string& path, bool fix) {
 }
 
 // The rename step that follows the display, check and fix branches.
-TrackStatus thenRename(const TagUpdate& update, TrackStatus status) {
+TrackStatus thenRename(const TagUpdate& update, const std::string& path, TrackStatus status) {
     if (update.rename == 0) return status;
-    return notBuiltYet();
+    TrackStatus renamed = runRename(update, path);
+    return renamed == TrackStatus::Ok ? status : renamed;
 }
 
 bool openForUpdate(ID3Tag& track, const TagUpdate& update, const std::string& path) {
@@ -97,17 +99,17 @@ TrackOutcome runTrack(const TagUpdate& update, const std::string& path) {
     }
     switch (chooseWork(update)) {
         case TrackWork::Display:
-            return {thenRename(update,
+            return {thenRename(update, path,
                                runDisplay(update, path, update.showTags, update.showFileInfo, update.showImages))};
-        case TrackWork::Check: return {thenRename(update, runCheck(path, false))};
-        case TrackWork::Fix: return {thenRename(update, runCheck(path, true))};
-        case TrackWork::ExportTagData:
-        case TrackWork::ExportCsv:
-        case TrackWork::ExportXml:
-        case TrackWork::ExportImages: return {notBuiltYet()};
+        case TrackWork::Check: return {thenRename(update, path, runCheck(path, false))};
+        case TrackWork::Fix: return {thenRename(update, path, runCheck(path, true))};
+        case TrackWork::ExportTagData: return {notBuiltYet()};
+        case TrackWork::ExportCsv: return {runCsvExport(update, path)};
+        case TrackWork::ExportXml: return {runXmlExport(update, path)};
+        case TrackWork::ExportImages: return {runImageExport(update, path)};
         case TrackWork::Update: return runUpdate(update, path);
         case TrackWork::Default:
-            if (update.rename != 0) return {notBuiltYet()};
+            if (update.rename != 0) return {runRename(update, path)};
             return {runDisplay(update, path, true, true, false)};
     }
     return {};

@@ -17,6 +17,11 @@ enum class TrackStatus : int {
     CheckFoundProblems = 4,
     PictureNotLoaded = 5,
     RenameFailed = 7,
+    // The exports' own results.
+    ExportNotCreatable = 11,
+    ExportWithoutTrack = 12,
+    PictureNotFetched = 13,
+    PictureNotExportable = 14,
 };
 
 // The one kind of work a run does, the first asked for in this order.
