@@ -7,7 +7,13 @@
 
 namespace tagwick {
 
-bool ExportFile::create(const std::string& path) { return open(path, O_RDWR | O_CREAT | O_TRUNC); }
+// The file is not emptied on opening but cut to what was written when it is closed: on ext4,
+// emptying a file and writing it again starts its write-back at the close, and the next
+// emptying waits for it (an export over many tracks rewrites one target for each of them).
+bool ExportFile::create(const std::string& path) {
+    cutAtClose_ = true;
+    return open(path, O_RDWR | O_CREAT);
+}
 
 bool ExportFile::openForAppend(const std::string& path) { return open(path, O_RDWR | O_CREAT | O_APPEND); }
 
@@ -42,10 +48,12 @@ size_t ExportFile::write(Bytes bytes) {
         }
         done += size_t(n);
     }
+    written_ += done;
     return done;
 }
 
 bool ExportFile::close() {
+    if (fd_.valid() && cutAtClose_ && regular_ && error_ == 0 && ftruncate(fd_.get(), written_) != 0) fail(errno);
     if (fd_.valid() && !fd_.close()) fail(errno);
     return error_ == 0;
 }

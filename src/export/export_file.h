@@ -14,7 +14,8 @@ namespace tagwick {
 
 class ExportFile {
 public:
-    // Creates or empties the file (like fopen "wb+"); false with errno set when it cannot.
+    // Creates or replaces the file's content (like fopen "wb+"); false with errno set when it
+    // cannot.
     bool create(const std::string& path);
     // Opens for appending, creating it when missing (like fopen "ab+").
     bool openForAppend(const std::string& path);
@@ -42,6 +43,8 @@ private:
     std::string path_;
     off_t sizeAtOpen_ = 0;
     bool regular_ = false;
+    bool cutAtClose_ = false;
+    off_t written_ = 0;
     int error_ = 0;
 };
 
