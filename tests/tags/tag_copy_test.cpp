@@ -1,11 +1,14 @@
 // Copying between the version 1 record and the version 2 fields: cuts and the track and genre
-// rules towards version 1 (the other way is seen in the XML export of a version 1 only track).
+// rules towards version 1 (the other way is seen in the XML export of a version 1 only track),
+// and the XML export's copy that lasts only while it runs.
 #include "tags/tag_copy.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 
+#include "export/xml_export.h"
+#include "support/cli_runner.h"
 #include "support/tag_builders.h"
 #include "tags/id3_tag.h"
 
@@ -40,6 +43,14 @@ TEST(CopyV2ToV1, CutsTextsAndMapsTrackAndGenre) {
         EXPECT_EQ(v1Fields(track.v1), expected);
         EXPECT_TRUE(track.v1.enabled && track.v1FromV2);
     }
+}
+
+TEST(CopyV1ToV2, ForTheXmlExportOnlyWhileItRuns) {
+    support::TempDir dir;
+    ID3Tag track;
+    track.v1 = {true, "Song", "", "", "", "", 3, 17};
+    EXPECT_EQ(exportXml(dir.file("t.xml"), &track, 2, true), ExportStatus::Ok);
+    EXPECT_FALSE(track.v2Present || track.v2Modified);
 }
 
 }  // namespace
