@@ -122,6 +122,7 @@ std::string csvHeader(int version) {
 ExportStatus exportCsv(const std::string& path, const ID3Tag* track, int version) {
     if (track == nullptr) return ExportStatus::NoTrack;
     version = version == 1 ? 1 : 2;
+    if (sameFile(path, track->path)) return targetIsTheTrack(path);
     const bool isNew = isNewFile(path);
     ExportFile file;
     if (!file.openForAppend(path)) return notWritten(path, errno);

@@ -5,6 +5,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "base/logger.h"
+
 namespace tagwick {
 
 // The file is not emptied on opening but cut to what was written when it is closed: on ext4,
@@ -69,6 +71,17 @@ void ExportFile::cutBack() {
         if (ftruncate(fd_.get(), sizeAtOpen_) == 0) return;
     }
     (void)::truncate(path_.c_str(), sizeAtOpen_);
+}
+
+bool sameFile(const std::string& a, const std::string& b) {
+    struct stat first {}, second {};
+    return stat(a.c_str(), &first) == 0 && stat(b.c_str(), &second) == 0 && first.st_dev == second.st_dev &&
+           first.st_ino == second.st_ino;
+}
+
+ExportStatus targetIsTheTrack(const std::string& path) {
+    Logger::log(LogError, "The export file '%s' is the track itself", path.c_str());
+    return ExportStatus::NotCreatable;
 }
 
 }  // namespace tagwick

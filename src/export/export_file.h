@@ -9,6 +9,7 @@
 
 #include "base/bytes.h"
 #include "base/files.h"
+#include "export/export_status.h"
 
 namespace tagwick {
 
@@ -47,5 +48,10 @@ private:
     off_t written_ = 0;
     int error_ = 0;
 };
+
+// True when both paths name one existing file (the same device and inode).
+bool sameFile(const std::string& a, const std::string& b);
+// An export never writes into the track it exports: the message, and NotCreatable.
+ExportStatus targetIsTheTrack(const std::string& path);
 
 }  // namespace tagwick

@@ -12,6 +12,7 @@
 #include "base/files.h"
 #include "base/logger.h"
 #include "base/text.h"
+#include "export/export_file.h"
 #include "tags/id3_tag.h"
 
 namespace tagwick {
@@ -94,12 +95,6 @@ std::string formatFolder(std::string_view text) {
     return out;
 }
 
-bool sameFile(const std::string& a, const std::string& b) {
-    struct stat first {}, second {};
-    return stat(a.c_str(), &first) == 0 && stat(b.c_str(), &second) == 0 && first.st_dev == second.st_dev &&
-           first.st_ino == second.st_ino;
-}
-
 bool endsWithFolder(const std::string& path, const std::string& folder) {
     return path == folder || (path.size() > folder.size() && path.ends_with(folder) &&
                               path[path.size() - folder.size() - 1] == '/');
@@ -149,7 +144,14 @@ int renameWithoutReplacing(const std::string& from, const std::string& to) {
     const int error = errno;
     if (error != EINVAL && error != ENOSYS && error != ENOTSUP) return error;
     // A file system that cannot refuse in the rename: a new link never replaces either.
-    if (link(from.c_str(), to.c_str()) != 0) return errno;
+    if (link(from.c_str(), to.c_str()) != 0) {
+        const int linkError = errno;
+        if (linkError != EPERM && linkError != ENOTSUP) return linkError;
+        // Nor links: a plain rename, when nothing is there a moment before.
+        struct stat info {};
+        if (lstat(to.c_str(), &info) == 0) return EEXIST;
+        return std::rename(from.c_str(), to.c_str()) == 0 ? 0 : errno;
+    }
     if (unlink(from.c_str()) == 0) return 0;
     const int unlinkError = errno;
     unlink(to.c_str());

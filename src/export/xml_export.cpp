@@ -203,6 +203,7 @@ std::optional<std::string> pictureBase64(Bytes picture) {
 ExportStatus exportXml(const std::string& path, ID3Tag* track, int version, bool withPictures) {
     if (track == nullptr) return ExportStatus::NoTrack;
     version = version == 1 ? 1 : 2;
+    if (sameFile(path, track->path)) return targetIsTheTrack(path);
     ExportFile file;
     if (!file.create(path)) return notWritten(path, errno);
 

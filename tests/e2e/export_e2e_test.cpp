@@ -186,7 +186,9 @@ TEST(Exports, TargetThatCannotBeCreatedGivesStatus11AndLeavesTheTrack) {
     for (auto [option, target, message] : std::vector<std::tuple<std::string, std::string, std::string>>{
              {"-xml", "missing/out.xml", "Failed to write the tag data to the XML file 'missing/out.xml' (2)"},
              {"-csv", "missing/out.csv", "Failed to write the tag data to the CSV file 'missing/out.csv' (2)"},
-             {"-imex", "missing/out.jpg", "Failed to write the tag image to the file 'missing/out.jpg' (2)"}}) {
+             {"-imex", "missing/out.jpg", "Failed to write the tag image to the file 'missing/out.jpg' (2)"},
+             {"-xml", "full.mp3", "The export file 'full.mp3' is the track itself"},
+             {"-csv", "full.mp3", "The export file 'full.mp3' is the track itself"}}) {
         CliResult result = runIn(dir, {option, target, track});
         EXPECT_EQ(result.status, 11) << option;
         EXPECT_NE(result.err.find(message + "\n"), std::string::npos) << result.err;
