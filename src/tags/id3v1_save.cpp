@@ -94,10 +94,7 @@ int updateV1(ID3Tag& track, bool removeApeFirst, bool keepDates, bool convert, c
     const V1Record record = buildV1Record(track, convert);
     int result = writeV1(fd.get(), record);
     if (!fd.close() && result == TagSaved) result = TagNotWritten;
-    if (result != TagSaved) {
-        Logger::log(LogError, "Failed to save the version 1 tag to file '%s'", path.c_str());
-        return result;
-    }
+    if (result != TagSaved) return result;
     // The dates go back after the read-back, which would otherwise leave its access time.
     const int verified = verifyV1(record, path);
     if (keepDates) restoreFileDates(path.c_str(), dates);
@@ -119,10 +116,8 @@ int removeV1(ID3Tag& track, bool removeApeFirst, bool keepDates, const std::stri
     }
     int result = TagSaved;
     const int64_t length = ::lseek(fd.get(), 0, SEEK_END);
-    if (holdsV1(lastRecord(fd.get(), length)) && ::ftruncate(fd.get(), off_t(length - int64_t(Id3v1Size))) != 0) {
-        Logger::log(LogError, "Failed to remove the version 1 tag from '%s'", path.c_str());
+    if (holdsV1(lastRecord(fd.get(), length)) && ::ftruncate(fd.get(), off_t(length - int64_t(Id3v1Size))) != 0)
         result = TruncationFailed;
-    }
     if (!fd.close() && result == TagSaved) result = TruncationFailed;
     if (keepDates) restoreFileDates(path.c_str(), dates);
     return result;
