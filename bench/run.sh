@@ -55,8 +55,9 @@ build_tool make_bench_files "$BENCH/make_bench_files.cpp" "$ROOT/tests/support/m
     "$ROOT/tests/support/id3v2_builders.cpp" "$ROOT/tests/support/container_builders.cpp" \
     -- "$ROOT/tests/support/mpeg_builders.h" "$ROOT/tests/support/tag_builders.h"
 build_tool summary_driver "$BENCH/summary_driver.cpp" "$ROOT/src/mpeg/mpeg_info.cpp" \
-    "$ROOT/src/base/text.cpp" "$ROOT/src/base/logger.cpp" \
-    -- "$ROOT/src/mpeg/mpeg_info.h" "$ROOT/src/base/bytes.h" "$ROOT/src/base/text.h" "$ROOT/src/base/logger.h"
+    "$ROOT/src/base/file_reader.cpp" "$ROOT/src/base/files.cpp" "$ROOT/src/base/text.cpp" "$ROOT/src/base/logger.cpp" \
+    -- "$ROOT/src/mpeg/mpeg_info.h" "$ROOT/src/base/bytes.h" "$ROOT/src/base/file_reader.h" "$ROOT/src/base/files.h" \
+    "$ROOT/src/base/text.h" "$ROOT/src/base/logger.h"
 
 stamp="$DATA/.made-$MB-$TRACKS"
 if [[ ! -f $stamp || $DATA/make_bench_files -nt $stamp ]]; then
