@@ -68,6 +68,51 @@ constexpr uint32_t SteadyTolerance = 2;
 
 constexpr size_t ProgressTextSize = 1056;
 
+constexpr uint32_t ruleBitrate(uint32_t versionCode, uint32_t layerCode, uint32_t index) {
+    const size_t row = size_t(versionCode & 1) * 3 + layerCode;
+    if (row >= BitrateRows || index >= BitrateColumns) return 0;
+    return Bitrates[row][index];
+}
+
+constexpr float ruleRate(uint32_t versionCode, uint32_t index) {
+    if (versionCode > 3 || index > 3) return 0.0f;
+    return SampleRates[versionCode][index];
+}
+
+constexpr uint32_t ruleLength(uint32_t bitrateKbps, float sampleRate, uint32_t padding) {
+    if (!(sampleRate > 0.0f)) return 0;
+    const uint32_t product = bitrateKbps * 144000u;
+    const float quotient = float(product) / sampleRate;
+    // Only an absurd rate could push the quotient past 32 bits; keep the conversion defined.
+    if (!(quotient < 4294967296.0f)) return UINT32_MAX;
+    return uint32_t(quotient) + padding;
+}
+
+// What the walk needs of a header word, by its version, layer, bit-rate and rate bits (bits
+// 20-17 without the protection bit, and 15-10). Looked up rather than computed, which keeps a
+// division off the path from one header to the next.
+struct FrameRule {
+    uint16_t kbps = 0;
+    uint16_t length = 0;  // without the padding byte
+    bool rateValid = false;
+};
+constexpr size_t FrameRuleCount = 1024;
+
+constexpr size_t frameRuleKey(uint32_t word) { return ((word >> 10) & 0x3F) | ((word >> 17) & 0xF) << 6; }
+
+constexpr std::array<FrameRule, FrameRuleCount> makeFrameRules() {
+    std::array<FrameRule, FrameRuleCount> rules{};
+    for (uint32_t key = 0; key < FrameRuleCount; ++key) {
+        const uint32_t word = (key & 0x3F) << 10 | (key >> 6) << 17;
+        const uint32_t version = (word >> 19) & 3;
+        const uint32_t kbps = ruleBitrate(version, 3 - ((word >> 17) & 3), (word >> 12) & 15);
+        const float rate = ruleRate(version, (word >> 10) & 3);
+        rules[key] = {uint16_t(kbps), uint16_t(ruleLength(kbps, rate, 0)), rate != 0.0f};
+    }
+    return rules;
+}
+constexpr std::array<FrameRule, FrameRuleCount> FrameRules = makeFrameRules();
+
 
 std::string cutText(std::string text, size_t slotSize) {
     if (text.size() >= slotSize) text.resize(slotSize - 1);
@@ -242,13 +287,12 @@ private:
             }
 
             ++info_.frameCount;
-            const uint32_t version = (word >> 19) & 3;
-            const uint32_t kbps = summaryBitrate(version, 3 - ((word >> 17) & 3), (word >> 12) & 15);
+            const FrameRule& rule = FrameRules[frameRuleKey(word)];
+            const uint32_t kbps = rule.kbps;
             if (kbps != previous) info_.vbrDetected = true;
-            const float rate = sampleRateFor(version, (word >> 10) & 3);
-            if (rate == 0.0f) return WalkEnd::Restart;
+            if (!rule.rateValid) return WalkEnd::Restart;
             bitrateSum_ += kbps;
-            length = summaryFrameLength(kbps, rate, (word >> 9) & 1);
+            length = rule.length + ((word >> 9) & 1);
             sumLengths_ += length;
             frameAt = next;
 
@@ -330,24 +374,14 @@ private:
 }  // namespace
 
 uint32_t summaryFrameLength(uint32_t bitrateKbps, float sampleRate, uint32_t padding) {
-    if (!(sampleRate > 0.0f)) return 0;
-    const uint32_t product = bitrateKbps * 144000u;
-    const float quotient = float(product) / sampleRate;
-    // Only an absurd rate could push the quotient past 32 bits; keep the conversion defined.
-    if (!(quotient < 4294967296.0f)) return UINT32_MAX;
-    return uint32_t(quotient) + padding;
+    return ruleLength(bitrateKbps, sampleRate, padding);
 }
 
 uint32_t summaryBitrate(uint32_t versionCode, uint32_t layerCode, uint32_t index) {
-    const size_t row = size_t(versionCode & 1) * 3 + layerCode;
-    if (row >= BitrateRows || index >= BitrateColumns) return 0;
-    return Bitrates[row][index];
+    return ruleBitrate(versionCode, layerCode, index);
 }
 
-float sampleRateFor(uint32_t versionCode, uint32_t index) {
-    if (versionCode > 3 || index > 3) return 0.0f;
-    return SampleRates[versionCode][index];
-}
+float sampleRateFor(uint32_t versionCode, uint32_t index) { return ruleRate(versionCode, index); }
 
 std::string_view versionName(uint32_t code) {
     return code < VersionNames.size() ? VersionNames[code] : VersionNames[VersionUnknown];

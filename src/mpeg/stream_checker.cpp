@@ -49,6 +49,32 @@ constexpr int kBitrates[5][16] = {
 
 constexpr int kSampleRates[3][3] = {{44100, 48000, 32000}, {22050, 24000, 16000}, {11025, 12000, 8000}};
 
+// The standard's frame length of a kind for the bit-rate and rate indices and the padding bit.
+constexpr int frameLength(const KindInfo& info, int kbps, int rate, int padding) {
+    if (info.layer == 1) return (12000 * kbps / rate + padding) * 4;
+    if (info.layer == 2 || info.version == 1) return 144000 * kbps / rate + padding;
+    return 72000 * kbps / rate + padding;
+}
+
+// The lengths by kind and bits 7-1 of header byte 2 (bit-rate index, rate index, padding), 0
+// where an index is invalid: looked up, the walk's step from one header to the next needs no
+// division.
+using LengthTable = std::array<std::array<int32_t, 128>, FrameKindCount>;
+constexpr LengthTable makeLengthTable() {
+    LengthTable lengths{};
+    for (int kind = 0; kind < FrameKindCount; ++kind) {
+        const KindInfo& info = kKinds[kind];
+        for (int bits = 0; bits < 128; ++bits) {
+            const int kbps = kBitrates[info.bitrateTable][bits >> 3];
+            const int rateIndex = (bits >> 1) & 3;
+            if (kbps < 0 || rateIndex == 3) continue;
+            lengths[size_t(kind)][size_t(bits)] = frameLength(info, kbps, kSampleRates[info.rateRow][rateIndex], bits & 1);
+        }
+    }
+    return lengths;
+}
+constexpr LengthTable kFrameLengths = makeLengthTable();
+
 // CRC-16 of the audio standard: polynomial 0x8005, most significant bit first.
 constexpr std::array<uint16_t, 256> makeCrcTable() {
     std::array<uint16_t, 256> table{};
@@ -93,6 +119,34 @@ void appendf(std::string& out, const char* format, ...) {
     if (n > 0) out.append(buffer, std::min(size_t(n), sizeof buffer - 1));
 }
 
+// Most frames repeat the header of the frame before but for the padding bit. For those the
+// decode comes down to the kind's counter and the data bytes: every other field it would set
+// already holds what it would set.
+class HeaderDecoder {
+public:
+    // As decodeFrameHeader; `header` holds at least 4 bytes.
+    int decode(Bytes header, uint64_t offset, CheckStats& stats) {
+        const uint32_t word = be32At(header, 0);
+        if ((word & DecodedBits) == repeated_) {
+            const size_t kind = size_t(kKindByCode[(word >> 17) & 0xF]);
+            addTo(stats.frameCounts[kind], 1);
+            const int length = kFrameLengths[kind][(word >> 9) & 0x7F];
+            addTo(stats.dataBytes, length);
+            return length;
+        }
+        const int length = decodeFrameHeader(header, offset, stats);
+        // A failed decode leaves fields half set: the next header is decoded in full.
+        repeated_ = length > 0 ? word & DecodedBits : None;
+        return length;
+    }
+
+private:
+    // Byte 1, byte 2 without the padding bit, and the channel mode of byte 3.
+    static constexpr uint32_t DecodedBits = 0x00FFFDC0;
+    static constexpr uint32_t None = UINT32_MAX;  // no word masked by DecodedBits
+    uint32_t repeated_ = None;
+};
+
 // One walk over the data; with `out` set it is the rebuild run.
 class Walk {
 public:
@@ -116,6 +170,7 @@ private:
     uint64_t p_ = 0;
     bool frameSeen_ = false;
     uint64_t lastFrameStart_ = 0;
+    HeaderDecoder decoder_;
     CheckStats& stats_;
     FILE* report_;
     RebuildOutput* out_;
@@ -149,7 +204,7 @@ int Walk::run() {
                 word = at(p_, 4);
             }
             if (isFrameSync(word)) {
-                int length = decodeFrameHeader(word, p_, stats_);
+                int length = decoder_.decode(word, p_, stats_);
                 if (length > 0) {
                     if (atFrame(length) == Step::Stop) break;
                     continue;
@@ -346,18 +401,12 @@ int decodeFrameHeader(Bytes header, uint64_t offset, CheckStats& stats) {
     if (stats.previousBitrate > 0 && kbps != stats.previousBitrate) stats.vbr = 1;
     stats.previousBitrate = kbps;
 
-    const int rateIndex = (b2 >> 2) & 3;
-    if (rateIndex == 3) return fail();
-    const int rate = kSampleRates[info.rateRow][rateIndex];
-    const int padding = (b2 >> 1) & 1;
+    if (((b2 >> 2) & 3) == 3) return fail();
     stats.stereo = (b3 >> 6) != 3;
     stats.version = info.version;
     stats.layer = info.layer;
 
-    int length;
-    if (info.layer == 1) length = (12000 * kbps / rate + padding) * 4;
-    else if (info.layer == 2 || info.version == 1) length = 144000 * kbps / rate + padding;
-    else length = 72000 * kbps / rate + padding;
+    const int length = kFrameLengths[size_t(kind)][b2 >> 1];
     addTo(stats.dataBytes, length);
     return length;
 }
