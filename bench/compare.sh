@@ -84,7 +84,7 @@ while IFS= read -r -d '' file; do
 done < <(find "$CORPUS" -type f ! -name '*.md' -print0 | sort -z)
 
 if [[ -f $DATA/cbr.mp3 ]]; then
-    for big in cbr.mp3 vbr.mp3; do
+    for big in cbr.mp3 vbr.mp3 damaged.mp3; do
         for command in "${READ_ONLY[@]}"; do
             # shellcheck disable=SC2086
             compare "bench $big" "" "$DATA/$big" $command "$DATA/$big"
