@@ -66,11 +66,13 @@ private:
     bool writeFully(uint64_t offset, const uint8_t* data, size_t length);
     bool copyInKernel(int sourceFd, uint64_t offset, uint64_t length);
     bool copyThroughBuffer(int sourceFd, uint64_t offset, uint64_t length);
-    uint8_t* buffer();
+    // Makes the buffer hold at least `wanted` bytes (at most BufferSize), keeping what it holds.
+    void growBuffer(size_t wanted);
 
     UniqueFd owned_;
     int fd_ = -1;
     std::unique_ptr<uint8_t[]> buffer_;
+    size_t capacity_ = 0;
     size_t used_ = 0;          // buffered bytes, which belong at bufferStart_
     uint64_t bufferStart_ = 0;
     uint64_t start_ = 0;       // where the writer began
