@@ -47,10 +47,8 @@ AiffWalk walkAiffChunks(FileReader& file, uint64_t start) {
         const Bytes head = file.view(pos, 8);
         if (head.size() < 4) break;
         std::string_view id = asText(head.first(4));
-        if (head.size() < 8) {
-            // The size cannot be read: the walk goes on, and the next ID read fails.
-            break;
-        }
+        // A size that cannot be read leaves the stream at the end, where the next ID read fails.
+        if (head.size() < 8) break;
         uint64_t size = be32At(head, 4);
         pos += 8;
         if (size & 1) ++size;
