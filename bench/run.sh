@@ -9,12 +9,14 @@
 # reader and runs it), so its cost can be seen apart from the rest of the program.
 #
 # Usage: bench/run.sh [path/to/tagwickcli]      (default: build/tagwickcli; or TAGWICK_CLI)
-# Environment: RUNS (default 10), BENCH_MB (default 100), BENCH_TRACKS (default 1000), CXX, CC,
-# BENCH_NO_HYPERFINE=1 (use the plain timing loop even when hyperfine is installed).
+# Environment: RUNS (runs per round, default 10), ROUNDS (default 3), BENCH_MB (default 100),
+# BENCH_TRACKS (default 1000), CXX, CC, BENCH_NO_HYPERFINE=1 (use the plain timing loop even
+# when hyperfine is installed).
 #
 # The data is built once into bench/data (not committed); delete that folder to rebuild it.
 # hyperfine is used when installed (`apt-get install hyperfine`), with -N (no shell between it and
-# the program) and the median of the runs, else a best-of-N loop timed with `date +%s%N`.
+# the program) and the median of the runs, else a best-of-N loop timed with `date +%s%N`; a
+# program and its baseline are timed in alternating rounds.
 # mid3v2 comes with Debian's python3-mutagen; without it that comparison is skipped with a
 # note. Memory is the largest of three runs under /usr/bin/time -f %M (GNU time).
 #
@@ -143,13 +145,25 @@ works() {
     [[ -n $out ]] && ((status == 0 || status == 4))
 }
 
+# median VALUE... : the middle value ("-" when any is "-").
+median() {
+    printf '%s\n' "$@" | sort -n | awk '$1 == "-" { bad = 1 } { v[NR] = $1 } END { print bad ? "-" : v[int((NR + 1) / 2)] }'
+}
+
 ROWS=()
 # row LABEL COMMAND BASELINE_LABEL BASELINE_COMMAND GOAL(ratio limit)
+# The two commands are timed in alternating rounds (ROUNDS, default 3) and each gets the median
+# of its rounds, so that a change in the machine's load falls on both.
 row() {
     local label="$1" cmd="$2" base_label="$3" base_cmd="$4" goal="$5"
-    local ours base ratio verdict
-    ours=$(time_ms "$cmd")
-    base=$(time_ms "$base_cmd")
+    local ours base ratio verdict round
+    local ours_rounds=() base_rounds=()
+    for ((round = 0; round < ${ROUNDS:-3}; round++)); do
+        ours_rounds+=("$(time_ms "$cmd")")
+        base_rounds+=("$(time_ms "$base_cmd")")
+    done
+    ours=$(median "${ours_rounds[@]}")
+    base=$(median "${base_rounds[@]}")
     if [[ $ours == "-" || $base == "-" ]]; then
         ratio="-"
         verdict="not measured"
@@ -240,7 +254,7 @@ fi
 
 echo
 if ((HAVE_HYPERFINE)); then
-    echo "Timing: hyperfine -N, median of $RUNS runs after 3 warm-up runs"
+    echo "Timing: hyperfine -N, median of $RUNS runs after 3 warm-up runs, median of ${ROUNDS:-3} alternating rounds"
 else
     echo "Timing: best of $RUNS runs with date +%s%N (bash start-up of $((SHELL_NS / 1000)) us taken off);" \
         "install hyperfine for steadier figures"

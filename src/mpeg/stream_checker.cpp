@@ -163,7 +163,12 @@ private:
     Step atApe();
     Step atInvalidData();
     bool writeFailed() const { return out_ && out_->failed(); }
-    Bytes at(uint64_t offset, size_t n) { return viewBefore(data_, offset, n, end_); }
+    // Up to n bytes at `offset`, never past the data's end (the walk's one way of looking).
+    Bytes at(uint64_t offset, size_t n) {
+        if (offset >= end_) return {};
+        if (end_ - offset < n) n = size_t(end_ - offset);
+        return data_.view(offset, n);
+    }
 
     FileReader& data_;
     uint64_t end_ = 0;   // the data's end, before an ID3v1 record
@@ -188,7 +193,7 @@ int Walk::run() {
 
     if (end_ >= 4) {
         while (p_ != end_ && !writeFailed()) {
-            Bytes word = p_ < end_ ? at(p_, 4) : Bytes();
+            Bytes word = at(p_, 4);
             // Fewer than 4 bytes left (or a track that ended before its size).
             if (word.size() < 4) {
                 stats_.truncatedOffset = toOffset(p_);
