@@ -272,6 +272,7 @@ private:
         uint32_t previous = bitrate;
         while (length != 0) {
             if (info_.frameCount < BodyScanFrameLimit && encoder_[0] == 0 && length > 12) scanBody(frameAt, length);
+            if (mode_ == ScanMode::Full && walkPlainFrames(frameAt, length, previous)) continue;
 
             const uint64_t next = frameAt + length;
             const Bytes header = file_.view(next, 4);
@@ -301,6 +302,42 @@ private:
             previous = kbps;
         }
         return WalkEnd::Done;
+    }
+
+    // The bulk of a full walk, once the bodies are no longer scanned: the frames that follow are
+    // counted straight through what the reader holds, as the walk would count them. Stops before
+    // a header it does not hold or that the walk must look at (no frame, no rate); true when it
+    // counted any.
+    bool walkPlainFrames(uint64_t& frameAt, uint32_t& length, uint32_t& previous) {
+        if (info_.frameCount < BodyScanFrameLimit && encoder_[0] == 0) return false;
+        const Bytes block = file_.buffered(frameAt);
+        uint64_t at = length;  // the next header, from frameAt
+        uint32_t frames = info_.frameCount;
+        uint64_t bitrateSum = bitrateSum_, lengthSum = sumLengths_;
+        bool vbr = info_.vbrDetected;
+        while (length != 0 && at <= block.size() && block.size() - at >= 4) {
+            const uint32_t word = be32At(block, size_t(at));
+            if ((word & SyncMask) != SyncMask) break;
+            const FrameRule& rule = FrameRules[frameRuleKey(word)];
+            if (!rule.rateValid) break;
+            ++frames;
+            if (rule.kbps != previous) vbr = true;
+            bitrateSum += rule.kbps;
+            length = rule.length + ((word >> 9) & 1);
+            lengthSum += length;
+            previous = rule.kbps;
+            at += length;
+        }
+        const uint32_t counted = frames - info_.frameCount;
+        if (counted == 0) return false;
+        const uint64_t lastHeader = frameAt + (at - length);
+        frameAt = lastHeader;
+        pos_ = lastHeader + 4;
+        info_.frameCount = frames;
+        info_.vbrDetected = vbr;
+        bitrateSum_ = bitrateSum;
+        sumLengths_ = lengthSum;
+        return true;
     }
 
     // Mode 1: the average is steady once it stayed within 2 of its reference for more than 200
