@@ -9,7 +9,7 @@
 # reader and runs it), so its cost can be seen apart from the rest of the program.
 #
 # Usage: bench/run.sh [path/to/tagwickcli]      (default: build/tagwickcli; or TAGWICK_CLI)
-# Environment: RUNS (runs per round, default 10), ROUNDS (default 3), BENCH_MB (default 100),
+# Environment: RUNS (runs per round, default 5), ROUNDS (default 8), BENCH_MB (default 100),
 # BENCH_TRACKS (default 1000), CXX, CC, BENCH_NO_HYPERFINE=1 (use the plain timing loop even
 # when hyperfine is installed).
 #
@@ -29,7 +29,8 @@ ROOT="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
 BENCH="$ROOT/bench"
 DATA="$BENCH/data"
 CLI="${1:-${TAGWICK_CLI:-$ROOT/build/tagwickcli}}"
-RUNS="${RUNS:-10}"
+RUNS="${RUNS:-5}"
+ROUNDS="${ROUNDS:-8}"
 MB="${BENCH_MB:-100}"
 TRACKS="${BENCH_TRACKS:-1000}"
 CXX="${CXX:-g++}"
@@ -118,7 +119,7 @@ time_ms() {
     if ((HAVE_HYPERFINE)); then
         local csv
         csv="$(mktemp)"
-        if ! hyperfine -N --style none --warmup 3 --runs "$RUNS" -i -n bench --export-csv "$csv" "$cmd" \
+        if ! hyperfine -N --style none --warmup 1 --runs "$RUNS" -i -n bench --export-csv "$csv" "$cmd" \
             >/dev/null 2>&1; then
             rm -f "$csv"
             echo "-"
@@ -152,13 +153,13 @@ median() {
 
 ROWS=()
 # row LABEL COMMAND BASELINE_LABEL BASELINE_COMMAND GOAL(ratio limit)
-# The two commands are timed in alternating rounds (ROUNDS, default 3) and each gets the median
-# of its rounds, so that a change in the machine's load falls on both.
+# The two commands are timed in alternating rounds and each gets the median of its rounds, so
+# that a change in the machine's load falls on both.
 row() {
     local label="$1" cmd="$2" base_label="$3" base_cmd="$4" goal="$5"
     local ours base ratio verdict round
     local ours_rounds=() base_rounds=()
-    for ((round = 0; round < ${ROUNDS:-3}; round++)); do
+    for ((round = 0; round < ROUNDS; round++)); do
         ours_rounds+=("$(time_ms "$cmd")")
         base_rounds+=("$(time_ms "$base_cmd")")
     done
@@ -254,7 +255,7 @@ fi
 
 echo
 if ((HAVE_HYPERFINE)); then
-    echo "Timing: hyperfine -N, median of $RUNS runs after 3 warm-up runs, median of ${ROUNDS:-3} alternating rounds"
+    echo "Timing: hyperfine -N, the median of $ROUNDS alternating rounds of $RUNS runs (after a warm-up run) each"
 else
     echo "Timing: best of $RUNS runs with date +%s%N (bash start-up of $((SHELL_NS / 1000)) us taken off);" \
         "install hyperfine for steadier figures"
