@@ -7,6 +7,8 @@
 //           real encoder; a small ID3v2.3 tag in front and an ID3v1 record at the end.
 // vbr.mp3:  the same format with bit rates drawn from 32 to 320 kbit/s, a Xing header (frame and
 //           byte counts) and a LAME tag in the first frame.
+// damaged.mp3: the CBR format with a CRC in every frame, one CRC in 100 wrong, a stretch of
+//           garbage every 16 MB and half a frame at the end, so that -check fix rebuilds it.
 // tracks/track0000.mp3 ...: an ID3v2.3 tag with a few text frames, 40 frames of audio, ID3v1.
 //
 // Frame bodies hold pseudo-random bytes from a fixed seed, so every run writes the same files.
@@ -198,6 +200,37 @@ void writeVbr(const std::string& path, size_t targetBytes) {
     out.write(v1Record("Variable", 2));
 }
 
+void writeDamaged(const std::string& path, size_t targetBytes) {
+    constexpr size_t GarbageEvery = 16 * 1024 * 1024;
+    Output out(path);
+    out.write(smallTag("Damaged", "Bench Artist", "Bench Album", 3));
+    Random random(4);
+    PaddingPattern padding;
+    size_t written = 0, nextGarbage = GarbageEvery;
+    for (size_t count = 0; written < targetBytes; ++count) {
+        FrameLayout layout = streamLayout(128);
+        layout.padding = padding.next(128);
+        layout.crc = true;
+        layout.wrongCrc = count % 100 == 99;
+        ByteVec frame = buildFrame(layout);
+        random.fill(frame.data() + 6, frame.size() - 6);
+        refreshCrc(frame, layout);
+        out.write(frame);
+        written += frame.size();
+        if (written >= nextGarbage) {
+            ByteVec garbage(700);
+            random.fill(garbage.data(), garbage.size());
+            out.write(garbage);
+            written += garbage.size();
+            nextGarbage += GarbageEvery;
+        }
+    }
+    ByteVec half = buildFrame(streamLayout(128));
+    half.resize(half.size() / 2);
+    out.write(half);
+    out.write(v1Record("Damaged", 3));
+}
+
 void writeTracks(const std::string& folder, int count) {
     if (mkdir(folder.c_str(), 0755) != 0 && errno != EEXIST) {
         std::fprintf(stderr, "make_bench_files: cannot create '%s': %s\n", folder.c_str(), std::strerror(errno));
@@ -234,6 +267,7 @@ int main(int argc, char** argv) {
     const size_t target = size_t(megabytes) * 1024 * 1024;
     writeCbr(folder + "/cbr.mp3", target);
     writeVbr(folder + "/vbr.mp3", target);
+    writeDamaged(folder + "/damaged.mp3", target);
     writeTracks(folder + "/tracks", int(tracks));
     return 0;
 }

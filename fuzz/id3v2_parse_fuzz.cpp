@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstdlib>
 
+#include "quiet_logger.h"
 #include "tags/id3v2_reader.h"
 
 namespace {
@@ -27,6 +28,7 @@ void checkFields(const tagwick::Id3v2Tag& tag, size_t inputSize) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    quietLogger();
     tagwick::Bytes input(data, size);
     uint32_t tagSize = tagwick::tagSizeFromHeader(input);
     tagwick::Bytes tag = tagSize ? input.first(std::min<size_t>(tagSize, size)) : input;

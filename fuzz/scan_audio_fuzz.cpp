@@ -1,11 +1,10 @@
 // Fuzz entry for the stream checker: the check walk and its report over any bytes, then the
-// rebuild walk of the same bytes into a scratch descriptor.
-#include <algorithm>
+// rebuild walk of the same bytes into a scratch descriptor. The report goes to no stream, so
+// its lines are built but never formatted.
 #include <cstdint>
 #include <cstdio>
 #include <sys/mman.h>
 #include <unistd.h>
-#include <vector>
 
 #include "mpeg/stream_checker.h"
 
@@ -23,31 +22,24 @@ int scratchDescriptor() {
     return fd;
 }
 
-FILE* nullStream() {
-    static FILE* stream = std::fopen("/dev/null", "w");
-    return stream;
-}
-
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     using namespace tagwick;
 
-    std::vector<uint8_t> copy(data, data + size);
+    const Bytes bytes(data, size);
     CheckStats checked;
-    if (scanAudio(copy, checked, nullStream(), false, -1) != 0) __builtin_trap();
-    printReport(nullStream(), checked, false);
-    // Checking must never change the data it walks.
-    if (!std::equal(copy.begin(), copy.end(), data)) __builtin_trap();
+    if (scanAudio(bytes, checked, nullptr, false, -1) != 0) __builtin_trap();
+    printReport(nullptr, checked, false);
 
     const int fd = scratchDescriptor();
     if (fd < 0) return 0;
     if (ftruncate(fd, 0) != 0 || lseek(fd, 0, SEEK_SET) != 0) return 0;
-    std::vector<uint8_t> mutableCopy(data, data + size);
     CheckStats rebuilt;
-    if (scanAudio(mutableCopy, rebuilt, nullptr, true, fd) != 0) __builtin_trap();
-    // Corrected CRC bytes may change what a later run search sees, so the two walks are not
-    // compared count for count.
+    if (scanAudio(bytes, rebuilt, nullptr, true, fd) != 0) __builtin_trap();
+    // The rebuild walks the same bytes as the check (corrections go to the output only), so it
+    // meets the same frames; it only leaves some of them out.
+    if (rebuilt.frameCounts != checked.frameCounts) __builtin_trap();
     if (rebuilt.errorCount != 1) __builtin_trap();
     if (rebuilt.framesDropped < 0 || rebuilt.framesDropped > rebuilt.totalFrames()) __builtin_trap();
     return 0;

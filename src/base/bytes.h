@@ -99,23 +99,6 @@ private:
     bool ok_ = true;
 };
 
-// Walks over frames of varying length have a stride the processor cannot predict, so each
-// header would wait on memory. Asking for the bytes a little ahead of the walk lets it stream
-// through a mapped file like a plain read.
-class ReadAhead {
-public:
-    void upTo(Bytes data, size_t at) {
-        if (done_ < at) done_ = at & ~(CacheLine - 1);
-        const size_t until = std::min(at + Distance, data.size());
-        for (; done_ < until; done_ += CacheLine) __builtin_prefetch(data.data() + done_);
-    }
-
-private:
-    static constexpr size_t CacheLine = 64;
-    static constexpr size_t Distance = 2048;
-    size_t done_ = 0;
-};
-
 class ByteWriter {
 public:
     void u8(uint8_t v) { out_.push_back(v); }

@@ -73,7 +73,7 @@ void FileReader::adviseSequential() {
 }
 
 Bytes FileReader::fill(uint64_t offset, size_t n) {
-    if (offset >= size_) return {};
+    if (offset >= size_ || n == 0) return {};
     n = size_t(std::min<uint64_t>(n, size_ - offset));
     if (inWindow(offset, n)) return {data_ + (offset - windowStart_), n};
     if (!fd_.valid()) return {};
@@ -121,7 +121,7 @@ size_t FileReader::readFully(uint64_t offset, uint8_t* out, size_t length) {
 }
 
 size_t FileReader::read(uint64_t offset, std::span<uint8_t> out) {
-    if (offset >= size_) return 0;
+    if (offset >= size_ || out.empty()) return 0;
     const size_t n = size_t(std::min<uint64_t>(out.size(), size_ - offset));
     if (inWindow(offset, n)) {
         std::memcpy(out.data(), data_ + (offset - windowStart_), n);

@@ -48,6 +48,12 @@ public:
         if (inWindow(offset, n)) return {data_ + (offset - windowStart_), n};
         return fill(offset, n);
     }
+    // What the window holds from `offset` on, without reading: empty when it holds nothing there.
+    // A walk over many small pieces can go through it and look again once it runs out.
+    Bytes buffered(uint64_t offset) const {
+        if (offset < windowStart_ || offset - windowStart_ >= windowLength_) return {};
+        return {data_ + (offset - windowStart_), windowLength_ - size_t(offset - windowStart_)};
+    }
     // Copies what the file holds of out.size() bytes at `offset`; returns the count copied.
     size_t read(uint64_t offset, std::span<uint8_t> out);
     // Any length, cut at the end of the file (the length is checked before anything is allocated).

@@ -15,6 +15,9 @@ namespace {
 
 // One kernel copy call moves at most this much, so that a signal never waits for a huge one.
 constexpr uint64_t KernelCopyStep = uint64_t(1) << 30;
+// The buffer starts this small and doubles as it fills, up to BufferSize: a small file never
+// costs the whole buffer.
+constexpr size_t FirstBufferSize = 16 * 1024;
 
 uint64_t positionOf(int fd) {
     const off_t here = fd >= 0 ? lseek(fd, 0, SEEK_CUR) : -1;
@@ -34,6 +37,7 @@ FileWriter& FileWriter::operator=(FileWriter&& other) noexcept {
         owned_ = std::move(other.owned_);
         fd_ = std::exchange(other.fd_, -1);
         buffer_ = std::move(other.buffer_);
+        capacity_ = std::exchange(other.capacity_, 0);
         used_ = std::exchange(other.used_, 0);
         bufferStart_ = std::exchange(other.bufferStart_, 0);
         start_ = std::exchange(other.start_, 0);
@@ -48,9 +52,15 @@ bool FileWriter::fail(int error) {
     return false;
 }
 
-uint8_t* FileWriter::buffer() {
-    if (!buffer_) buffer_.reset(new uint8_t[BufferSize]);
-    return buffer_.get();
+void FileWriter::growBuffer(size_t wanted) {
+    if (capacity_ >= wanted) return;
+    size_t capacity = std::max(capacity_, FirstBufferSize);
+    while (capacity < wanted) capacity *= 2;
+    capacity = std::min(capacity, BufferSize);
+    std::unique_ptr<uint8_t[]> grown(new uint8_t[capacity]);
+    if (used_ > 0) std::memcpy(grown.get(), buffer_.get(), used_);
+    buffer_ = std::move(grown);
+    capacity_ = capacity;
 }
 
 bool FileWriter::writeFully(uint64_t offset, const uint8_t* data, size_t length) {
@@ -76,8 +86,9 @@ bool FileWriter::write(Bytes bytes) {
             bufferStart_ += bytes.size();
             return true;
         }
-        const size_t n = std::min(bytes.size(), BufferSize - used_);
-        std::memcpy(buffer() + used_, bytes.data(), n);
+        growBuffer(std::min(used_ + bytes.size(), BufferSize));
+        const size_t n = std::min(bytes.size(), capacity_ - used_);
+        std::memcpy(buffer_.get() + used_, bytes.data(), n);
         used_ += n;
         bytes = bytes.subspan(n);
         if (used_ == BufferSize && !flush()) return false;
@@ -160,7 +171,8 @@ bool FileWriter::copyInKernel(int sourceFd, uint64_t offset, uint64_t length) {
 }
 
 bool FileWriter::copyThroughBuffer(int sourceFd, uint64_t offset, uint64_t length) {
-    uint8_t* block = buffer();
+    growBuffer(BufferSize);
+    uint8_t* block = buffer_.get();
     while (length > 0) {
         const ssize_t got = pread(sourceFd, block, size_t(std::min<uint64_t>(length, BufferSize)), off_t(offset));
         if (got < 0 && errno == EINTR) continue;

@@ -3,9 +3,10 @@
 // earlier (or later) places patched, and data copied from another file by the kernel.
 //
 // The writer works at its own position with pwrite, starting where the descriptor stood when
-// it was handed over; the descriptor's offset is left alone (so it must not be opened with
-// O_APPEND). The first failure sticks: every later call fails, and error() keeps its errno.
-// Nothing is written on destruction: flush() or close() tell whether all of it reached the file.
+// it was handed over; the descriptor's offset is left alone (so it must be a regular file not
+// opened with O_APPEND). The first failure sticks: every later call fails, and error() keeps
+// its errno. Nothing is written on destruction: flush() or close() tell whether all of it
+// reached the file.
 #pragma once
 
 #include <cstddef>
@@ -38,7 +39,8 @@ public:
     bool write(Bytes bytes);
     // Appends `length` bytes of `sourceFd` from `offset` (its own offset is not used): a kernel
     // copy where the file systems allow it, else blocks of the buffer's size. False when a call
-    // failed or the source ended early; copied() tells how much was appended either way.
+    // failed or the source ended early; copied() tells how much was appended either way. An
+    // early end is the caller's to judge: it does not fail the writer.
     bool copyFrom(int sourceFd, uint64_t offset, uint64_t length);
     uint64_t copied() const { return copied_; }
 
@@ -66,11 +68,13 @@ private:
     bool writeFully(uint64_t offset, const uint8_t* data, size_t length);
     bool copyInKernel(int sourceFd, uint64_t offset, uint64_t length);
     bool copyThroughBuffer(int sourceFd, uint64_t offset, uint64_t length);
-    uint8_t* buffer();
+    // Makes the buffer hold at least `wanted` bytes (at most BufferSize), keeping what it holds.
+    void growBuffer(size_t wanted);
 
     UniqueFd owned_;
     int fd_ = -1;
     std::unique_ptr<uint8_t[]> buffer_;
+    size_t capacity_ = 0;
     size_t used_ = 0;          // buffered bytes, which belong at bufferStart_
     uint64_t bufferStart_ = 0;
     uint64_t start_ = 0;       // where the writer began

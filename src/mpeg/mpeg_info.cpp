@@ -1,9 +1,9 @@
 // The MPEG stream summary and the AIFF sound summary.
 //
-// The summary walks the mapped file as a reader stepping through a stream would: it reads
-// the headers, skips the bodies, and may stand past the end after a skip; every read there
-// finds the end of the file. Nothing is allocated per frame, so a full walk over a large
-// file costs little more than touching its pages.
+// The summary walks the file as a reader stepping through a stream would: it reads the
+// headers, skips the bodies, and may stand past the end after a skip; every read there finds
+// the end of the file. The headers are looked at in the reader's window, so a full walk over
+// a large file costs about one read per buffer and nothing is allocated per frame.
 #include "mpeg/mpeg_info.h"
 
 #include <array>
@@ -68,6 +68,51 @@ constexpr uint32_t SteadyTolerance = 2;
 
 constexpr size_t ProgressTextSize = 1056;
 
+constexpr uint32_t ruleBitrate(uint32_t versionCode, uint32_t layerCode, uint32_t index) {
+    const size_t row = size_t(versionCode & 1) * 3 + layerCode;
+    if (row >= BitrateRows || index >= BitrateColumns) return 0;
+    return Bitrates[row][index];
+}
+
+constexpr float ruleRate(uint32_t versionCode, uint32_t index) {
+    if (versionCode > 3 || index > 3) return 0.0f;
+    return SampleRates[versionCode][index];
+}
+
+constexpr uint32_t ruleLength(uint32_t bitrateKbps, float sampleRate, uint32_t padding) {
+    if (!(sampleRate > 0.0f)) return 0;
+    const uint32_t product = bitrateKbps * 144000u;
+    const float quotient = float(product) / sampleRate;
+    // Only an absurd rate could push the quotient past 32 bits; keep the conversion defined.
+    if (!(quotient < 4294967296.0f)) return UINT32_MAX;
+    return uint32_t(quotient) + padding;
+}
+
+// What the walk needs of a header word, by its version, layer, bit-rate and rate bits (bits
+// 20-17 without the protection bit, and 15-10). Looked up rather than computed, which keeps a
+// division off the path from one header to the next.
+struct FrameRule {
+    uint16_t kbps = 0;
+    uint16_t length = 0;  // without the padding byte
+    bool rateValid = false;
+};
+constexpr size_t FrameRuleCount = 1024;
+
+constexpr size_t frameRuleKey(uint32_t word) { return ((word >> 10) & 0x3F) | ((word >> 17) & 0xF) << 6; }
+
+constexpr std::array<FrameRule, FrameRuleCount> makeFrameRules() {
+    std::array<FrameRule, FrameRuleCount> rules{};
+    for (uint32_t key = 0; key < FrameRuleCount; ++key) {
+        const uint32_t word = (key & 0x3F) << 10 | (key >> 6) << 17;
+        const uint32_t version = (word >> 19) & 3;
+        const uint32_t kbps = ruleBitrate(version, 3 - ((word >> 17) & 3), (word >> 12) & 15);
+        const float rate = ruleRate(version, (word >> 10) & 3);
+        rules[key] = {uint16_t(kbps), uint16_t(ruleLength(kbps, rate, 0)), rate != 0.0f};
+    }
+    return rules;
+}
+constexpr std::array<FrameRule, FrameRuleCount> FrameRules = makeFrameRules();
+
 
 std::string cutText(std::string text, size_t slotSize) {
     if (text.size() >= slotSize) text.resize(slotSize - 1);
@@ -91,15 +136,15 @@ double leadingNumber(const char* text) {
 // One run of the summary over one file.
 class StreamSummary {
 public:
-    StreamSummary(MpegInfo& info, Bytes file, size_t start, ScanMode mode)
-        : info_(info), file_(file), size_(file.size()), pos_(start), mode_(mode) {}
+    StreamSummary(MpegInfo& info, FileReader& file, uint64_t start, ScanMode mode)
+        : info_(info), file_(file), pos_(start), mode_(mode) {}
 
     // Search, probe, walk and sum up; any frame that leaves nothing to go on sends the search
     // on from where the reading stopped. False when no usable frame was found before the end.
     bool run() {
         for (;;) {
             if (!findFirstFrame()) return false;
-            const size_t frameAt = size_t(info_.audioStart);
+            const uint64_t frameAt = info_.audioStart;
             probeEncoder(frameAt);
             pos_ = frameAt + 4;
 
@@ -117,18 +162,17 @@ public:
 private:
     enum class WalkEnd { Done, Restart };
 
-    uint8_t byteAt(size_t at) const { return at < size_ ? file_[at] : 0; }
-
     // Copies what the file holds of `count` bytes at `at`; the rest of `out` is left as it is.
-    void copyAvailable(size_t at, char* out, size_t count) const {
-        if (at >= size_) return;
-        const size_t available = std::min(count, size_ - at);
-        std::memcpy(out, file_.data() + at, available);
+    void copyAvailable(uint64_t at, char* out, size_t count) {
+        file_.read(at, std::span(reinterpret_cast<uint8_t*>(out), count));
     }
 
-    bool matchesNoCase(size_t at, std::string_view lowerText) const {
+    // Bytes past the end of the file read as zero, which matches no letter.
+    bool matchesNoCase(uint64_t at, std::string_view lowerText) {
+        const Bytes bytes = file_.view(at, lowerText.size());
+        if (bytes.size() < lowerText.size()) return false;
         for (size_t i = 0; i < lowerText.size(); ++i)
-            if (lowerAscii(byteAt(at + i)) != lowerText[i]) return false;
+            if (lowerAscii(bytes[i]) != lowerText[i]) return false;
         return true;
     }
 
@@ -136,38 +180,40 @@ private:
     // only), searched from the current position without a distance limit; the header found
     // there is decoded into the summary.
     bool findFirstFrame() {
-        size_t from = pos_;
+        uint64_t from = pos_;
         for (;;) {
-            if (from >= size_) {
-                pos_ = std::max(pos_, size_);
+            const Bytes block = file_.view(from, FileReader::MaxView);
+            if (block.empty()) {
+                pos_ = std::max(pos_, file_.size());
                 return false;
             }
-            const void* hit = std::memchr(file_.data() + from, 0xFF, size_ - from);
+            const void* hit = std::memchr(block.data(), 0xFF, block.size());
             if (hit == nullptr) {
-                pos_ = size_;
+                from += block.size();
+                continue;
+            }
+            const uint64_t at = from + uint64_t(static_cast<const uint8_t*>(hit) - block.data());
+            const Bytes header = file_.view(at, 4);
+            if (header.size() < 2) {
+                pos_ = file_.size();
                 return false;
             }
-            const size_t at = size_t(static_cast<const uint8_t*>(hit) - file_.data());
-            if (at + 1 >= size_) {
-                pos_ = size_;
-                return false;
-            }
-            if ((file_[at + 1] & 0xE2) == 0xE2) return decodeFirstHeader(at);
+            if ((header[1] & 0xE2) == 0xE2) return decodeFirstHeader(at, header);
             from = at + 1;
         }
     }
 
-    bool decodeFirstHeader(size_t at) {
-        const uint8_t second = file_[at + 1];
+    bool decodeFirstHeader(uint64_t at, Bytes header) {
+        const uint8_t second = header[1];
         info_.versionCode = (second >> 3) & 3;
         info_.layerCode = uint8_t(3 - ((second >> 1) & 3));
         info_.protectionBit = second & 1;
-        if (size_ - at < 4) {
-            pos_ = size_;
+        if (header.size() < 4) {
+            pos_ = file_.size();
             return false;
         }
-        const uint8_t third = file_[at + 2];
-        const uint8_t fourth = file_[at + 3];
+        const uint8_t third = header[2];
+        const uint8_t fourth = header[3];
         firstBitrateIndex_ = third >> 4;
         info_.frequency = (third >> 2) & 3;
         firstPadding_ = (third >> 1) & 1;
@@ -180,7 +226,7 @@ private:
     }
 
     // "Xing"/"Info" at 36 leads to a LAME tag at 156; a bare "LAME" at 36 is taken as it is.
-    void probeEncoder(size_t frameAt) {
+    void probeEncoder(uint64_t frameAt) {
         encoder_.fill(0);
         if (matchesNoCase(frameAt + EncoderProbeAt, "xing") || matchesNoCase(frameAt + EncoderProbeAt, "info")) {
             // The 255 bytes go straight into the encoder buffer: whatever text stands there
@@ -203,10 +249,11 @@ private:
     // Backwards from body offset length - 13: zero bytes are skipped, an "L" ends the scan
     // (taking "LAME" and the 4 bytes after it when they stand there), and any other byte outside
     // 0x20-0x7F ends it. Bytes past the end of the file read as zero.
-    void scanBody(size_t frameAt, uint32_t length) {
-        const size_t body = frameAt + 4;
+    void scanBody(uint64_t frameAt, uint32_t length) {
+        const uint64_t body = frameAt + 4;
+        const Bytes bytes = file_.view(body, length - BodyScanTail + 1);
         for (size_t offset = size_t(length - BodyScanTail) + 1; offset-- > 0;) {
-            const uint8_t byte = byteAt(body + offset);
+            const uint8_t byte = offset < bytes.size() ? bytes[offset] : 0;
             if (byte == 0) continue;
             if (byte == 'L' || byte == 'l') {
                 if (matchesNoCase(body + offset, "lame")) copyAvailable(body + offset, encoder_.data(), BareLameLength);
@@ -218,21 +265,22 @@ private:
 
     // The frame walk. The next header stands `length` bytes after the current one (a relative skip of
     // length - 4 after the header, so a length below 4 steps back).
-    WalkEnd walk(size_t frameAt, uint32_t length, uint32_t bitrate) {
+    WalkEnd walk(uint64_t frameAt, uint32_t length, uint32_t bitrate) {
         info_.frameCount = 1;
         info_.vbrDetected = false;
         bitrateSum_ = bitrate;
         uint32_t previous = bitrate;
         while (length != 0) {
             if (info_.frameCount < BodyScanFrameLimit && encoder_[0] == 0 && length > 12) scanBody(frameAt, length);
+            if (mode_ == ScanMode::Full && walkPlainFrames(frameAt, length, previous)) continue;
 
-            const size_t next = frameAt + length;
-            readAhead_.upTo(file_, next);
-            if (next >= size_ || size_ - next < 4) {
-                pos_ = std::max(next, size_);
+            const uint64_t next = frameAt + length;
+            const Bytes header = file_.view(next, 4);
+            if (header.size() < 4) {
+                pos_ = std::max(next, file_.size());
                 return WalkEnd::Done;
             }
-            const uint32_t word = be32At(file_, next);
+            const uint32_t word = be32At(header, 0);
             pos_ = next + 4;
             if ((word & SyncMask) != SyncMask) {
                 if ((word & TagWordMask) != TagWordMask) info_.streamError = true;
@@ -240,13 +288,12 @@ private:
             }
 
             ++info_.frameCount;
-            const uint32_t version = (word >> 19) & 3;
-            const uint32_t kbps = summaryBitrate(version, 3 - ((word >> 17) & 3), (word >> 12) & 15);
+            const FrameRule& rule = FrameRules[frameRuleKey(word)];
+            const uint32_t kbps = rule.kbps;
             if (kbps != previous) info_.vbrDetected = true;
-            const float rate = sampleRateFor(version, (word >> 10) & 3);
-            if (rate == 0.0f) return WalkEnd::Restart;
+            if (!rule.rateValid) return WalkEnd::Restart;
             bitrateSum_ += kbps;
-            length = summaryFrameLength(kbps, rate, (word >> 9) & 1);
+            length = rule.length + ((word >> 9) & 1);
             sumLengths_ += length;
             frameAt = next;
 
@@ -255,6 +302,42 @@ private:
             previous = kbps;
         }
         return WalkEnd::Done;
+    }
+
+    // The bulk of a full walk, once the bodies are no longer scanned: the frames that follow are
+    // counted straight through what the reader holds, as the walk would count them. Stops before
+    // a header it does not hold or that the walk must look at (no frame, no rate); true when it
+    // counted any.
+    bool walkPlainFrames(uint64_t& frameAt, uint32_t& length, uint32_t& previous) {
+        if (info_.frameCount < BodyScanFrameLimit && encoder_[0] == 0) return false;
+        const Bytes block = file_.buffered(frameAt);
+        uint64_t at = length;  // the next header, from frameAt
+        uint32_t frames = info_.frameCount;
+        uint64_t bitrateSum = bitrateSum_, lengthSum = sumLengths_;
+        bool vbr = info_.vbrDetected;
+        while (length != 0 && at <= block.size() && block.size() - at >= 4) {
+            const uint32_t word = be32At(block, size_t(at));
+            if ((word & SyncMask) != SyncMask) break;
+            const FrameRule& rule = FrameRules[frameRuleKey(word)];
+            if (!rule.rateValid) break;
+            ++frames;
+            if (rule.kbps != previous) vbr = true;
+            bitrateSum += rule.kbps;
+            length = rule.length + ((word >> 9) & 1);
+            lengthSum += length;
+            previous = rule.kbps;
+            at += length;
+        }
+        const uint32_t counted = frames - info_.frameCount;
+        if (counted == 0) return false;
+        const uint64_t lastHeader = frameAt + (at - length);
+        frameAt = lastHeader;
+        pos_ = lastHeader + 4;
+        info_.frameCount = frames;
+        info_.vbrDetected = vbr;
+        bitrateSum_ = bitrateSum;
+        sumLengths_ = lengthSum;
+        return true;
     }
 
     // Mode 1: the average is steady once it stayed within 2 of its reference for more than 200
@@ -295,7 +378,9 @@ private:
         const std::string_view label = rateLabel(info_.vbrDetected, info_.estimated);
         info_.bitrateText = cutText(format("%d kbps (%.*s)", int(info_.averageBitrate), int(label.size()), label.data()),
                                     BitrateTextSize);
-        const uint64_t audioBytes = size_ - info_.audioStart;
+        // The size as the reads found it (a file that shrank while read counts as it is now).
+        const uint64_t size = file_.size();
+        const uint64_t audioBytes = size > info_.audioStart ? size - info_.audioStart : 0;
         if (info_.estimated) {
             // The first frame's length is not in the sum while it is in the count: the slightly
             // low average length is part of the design.
@@ -310,15 +395,13 @@ private:
     }
 
     MpegInfo& info_;
-    Bytes file_;
-    size_t size_;
-    size_t pos_;
+    FileReader& file_;
+    uint64_t pos_;
     ScanMode mode_;
     std::array<char, EncoderTextSize> encoder_{};
     uint32_t firstBitrateIndex_ = 0;
     uint32_t firstPadding_ = 0;
     uint64_t bitrateSum_ = 0;
-    ReadAhead readAhead_;
     // Kept across returns to the frame search within one call.
     uint64_t sumLengths_ = 0;
     uint32_t steadyReference_ = 0;
@@ -328,24 +411,14 @@ private:
 }  // namespace
 
 uint32_t summaryFrameLength(uint32_t bitrateKbps, float sampleRate, uint32_t padding) {
-    if (!(sampleRate > 0.0f)) return 0;
-    const uint32_t product = bitrateKbps * 144000u;
-    const float quotient = float(product) / sampleRate;
-    // Only an absurd rate could push the quotient past 32 bits; keep the conversion defined.
-    if (!(quotient < 4294967296.0f)) return UINT32_MAX;
-    return uint32_t(quotient) + padding;
+    return ruleLength(bitrateKbps, sampleRate, padding);
 }
 
 uint32_t summaryBitrate(uint32_t versionCode, uint32_t layerCode, uint32_t index) {
-    const size_t row = size_t(versionCode & 1) * 3 + layerCode;
-    if (row >= BitrateRows || index >= BitrateColumns) return 0;
-    return Bitrates[row][index];
+    return ruleBitrate(versionCode, layerCode, index);
 }
 
-float sampleRateFor(uint32_t versionCode, uint32_t index) {
-    if (versionCode > 3 || index > 3) return 0.0f;
-    return SampleRates[versionCode][index];
-}
+float sampleRateFor(uint32_t versionCode, uint32_t index) { return ruleRate(versionCode, index); }
 
 std::string_view versionName(uint32_t code) {
     return code < VersionNames.size() ? VersionNames[code] : VersionNames[VersionUnknown];
@@ -367,9 +440,11 @@ void setLength(MpegInfo& info, uint64_t numerator, uint64_t denominator) {
     info.lengthText = cutText(durationText((long long)numerator, (long long)denominator), LengthTextSize);
 }
 
-bool loadMpegInfo(MpegInfo& info, Bytes file, size_t start, ScanMode mode, const ProgressCallback* progress,
-                  const char* fileName) {
+bool loadMpegInfo(MpegInfo& info, FileReader& file, uint64_t start, ScanMode mode,
+                  const ProgressCallback* progress, const char* fileName) {
     info.streamError = false;
+    // A full walk reads a large file front to back.
+    if (mode == ScanMode::Full && file.size() > FileReader::BufferSize) file.adviseSequential();
     try {
         StreamSummary summary(info, file, start, mode);
         if (!summary.run()) return false;
@@ -382,6 +457,12 @@ bool loadMpegInfo(MpegInfo& info, Bytes file, size_t start, ScanMode mode, const
         (*progress)(message, 100);
     }
     return true;
+}
+
+bool loadMpegInfo(MpegInfo& info, Bytes file, uint64_t start, ScanMode mode, const ProgressCallback* progress,
+                  const char* fileName) {
+    FileReader reader(file);
+    return loadMpegInfo(info, reader, start, mode, progress, fileName);
 }
 
 bool loadAiffInfo(MpegInfo& info, const AiffCommon& common) {

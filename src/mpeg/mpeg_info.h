@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "base/bytes.h"
+#include "base/file_reader.h"
 
 namespace tagwick {
 
@@ -59,7 +60,10 @@ struct AiffCommon {
 // `fileName` names the track in the final progress message. Only streamError is cleared
 // here; the caller resets the rest (the track's reset does). Returns false when no usable
 // frame was found.
-bool loadMpegInfo(MpegInfo& info, Bytes file, size_t start, ScanMode mode, const ProgressCallback* progress,
+bool loadMpegInfo(MpegInfo& info, FileReader& file, uint64_t start, ScanMode mode,
+                  const ProgressCallback* progress, const char* fileName);
+// The same over bytes in memory.
+bool loadMpegInfo(MpegInfo& info, Bytes file, uint64_t start, ScanMode mode, const ProgressCallback* progress,
                   const char* fileName);
 // The same summary from an AIFF common chunk; false when the sample rate is 0.
 bool loadAiffInfo(MpegInfo& info, const AiffCommon& common);

@@ -1,5 +1,6 @@
-// The stream checker: one walk over the whole mapped file, frame by frame, with the exact
-// frame lengths of the standard (unlike the summary's quick estimate), then a report.
+// The stream checker: one walk over the whole file, frame by frame, with the exact frame
+// lengths of the standard (unlike the summary's quick estimate), then a report. The walk looks
+// at the file through the reader's window, so it reads about one buffer per system call.
 #include "mpeg/stream_checker.h"
 
 #include <algorithm>
@@ -48,6 +49,32 @@ constexpr int kBitrates[5][16] = {
 
 constexpr int kSampleRates[3][3] = {{44100, 48000, 32000}, {22050, 24000, 16000}, {11025, 12000, 8000}};
 
+// The standard's frame length of a kind for the bit-rate and rate indices and the padding bit.
+constexpr int frameLength(const KindInfo& info, int kbps, int rate, int padding) {
+    if (info.layer == 1) return (12000 * kbps / rate + padding) * 4;
+    if (info.layer == 2 || info.version == 1) return 144000 * kbps / rate + padding;
+    return 72000 * kbps / rate + padding;
+}
+
+// The lengths by kind and bits 7-1 of header byte 2 (bit-rate index, rate index, padding), 0
+// where an index is invalid: looked up, the walk's step from one header to the next needs no
+// division.
+using LengthTable = std::array<std::array<int32_t, 128>, FrameKindCount>;
+constexpr LengthTable makeLengthTable() {
+    LengthTable lengths{};
+    for (int kind = 0; kind < FrameKindCount; ++kind) {
+        const KindInfo& info = kKinds[kind];
+        for (int bits = 0; bits < 128; ++bits) {
+            const int kbps = kBitrates[info.bitrateTable][bits >> 3];
+            const int rateIndex = (bits >> 1) & 3;
+            if (kbps < 0 || rateIndex == 3) continue;
+            lengths[size_t(kind)][size_t(bits)] = frameLength(info, kbps, kSampleRates[info.rateRow][rateIndex], bits & 1);
+        }
+    }
+    return lengths;
+}
+constexpr LengthTable kFrameLengths = makeLengthTable();
+
 // CRC-16 of the audio standard: polynomial 0x8005, most significant bit first.
 constexpr std::array<uint16_t, 256> makeCrcTable() {
     std::array<uint16_t, 256> table{};
@@ -68,7 +95,18 @@ uint16_t crcUpdate(uint16_t crc, uint8_t byte) {
 int32_t toOffset(uint64_t offset) { return int32_t(uint32_t(offset)); }
 void addTo(int32_t& counter, int64_t amount) { counter = int32_t(uint32_t(counter) + uint32_t(amount)); }
 
-bool isFrameSync(Bytes data, size_t at) { return data[at] == 0xFF && (data[at + 1] & 0xE0) == 0xE0; }
+bool isFrameSync(Bytes word) { return word.size() >= 2 && word[0] == 0xFF && (word[1] & 0xE0) == 0xE0; }
+
+// Up to n bytes at `at`, never past `end`.
+Bytes viewBefore(FileReader& data, uint64_t at, size_t n, uint64_t end) {
+    if (at >= end) return {};
+    return data.view(at, size_t(std::min<uint64_t>(n, end - at)));
+}
+
+// Bytes of the first frame that its VBR headers can reach (a VBRI header ends at +54).
+constexpr size_t VbrHeaderSpan = 64;
+// The CRC covers the side information, at most 32 bytes after the 6 of header and CRC.
+constexpr size_t CrcSpan = 6 + 32;
 
 // Appends printf-style text to a string (the summary line is built piece by piece).
 void appendf(std::string& out, const char* format, ...) __attribute__((format(printf, 2, 3)));
@@ -81,10 +119,53 @@ void appendf(std::string& out, const char* format, ...) {
     if (n > 0) out.append(buffer, std::min(size_t(n), sizeof buffer - 1));
 }
 
+// A header of the kind of the last one decoded (the same version, layer, protection, rate and
+// channel mode; bit rate and padding free) changes nothing decodeFrameHeader sets but the kind's
+// counter, the bit rate with its VBR mark and the data bytes: that is all the quick path does.
+class HeaderDecoder {
+public:
+    // As decodeFrameHeader; `header` holds at least 4 bytes.
+    int decode(Bytes header, uint64_t offset, CheckStats& stats) {
+        const int quick = decodeQuick(be32At(header, 0), stats);
+        if (quick > 0) return quick;
+        const int length = decodeFrameHeader(header, offset, stats);
+        // A failed decode leaves fields half set: the next header is decoded in full.
+        kindBits_ = None;
+        if (length > 0) {
+            kindBits_ = be32At(header, 0) & KindBits;
+            kind_ = size_t(kKindByCode[(header[1] >> 1) & 0xF]);
+            bitrates_ = kBitrates[kKinds[kind_].bitrateTable];
+        }
+        return length;
+    }
+
+    // The quick path alone, for the word of a frame's first four bytes; 0 when it does not apply.
+    int decodeQuick(uint32_t word, CheckStats& stats) {
+        if ((word & KindBits) != kindBits_) return 0;
+        const int kbps = bitrates_[(word >> 12) & 0xF];
+        if (kbps < 0) return 0;
+        addTo(stats.frameCounts[kind_], 1);
+        if (stats.previousBitrate > 0 && kbps != stats.previousBitrate) stats.vbr = 1;
+        stats.previousBitrate = kbps;
+        const int length = kFrameLengths[kind_][(word >> 9) & 0x7F];
+        addTo(stats.dataBytes, length);
+        return length;
+    }
+
+private:
+    // The sync byte, byte 1 (sync, version, layer, protection), the rate bits of byte 2 and the
+    // channel mode of byte 3.
+    static constexpr uint32_t KindBits = 0xFFFF0CC0;
+    static constexpr uint32_t None = 0;  // no word masked by KindBits (its sync bits are set)
+    uint32_t kindBits_ = None;
+    size_t kind_ = 0;
+    const int* bitrates_ = nullptr;
+};
+
 // One walk over the data; with `out` set it is the rebuild run.
 class Walk {
 public:
-    Walk(std::span<uint8_t> data, CheckStats& stats, FILE* reportStream, RebuildOutput* out)
+    Walk(FileReader& data, CheckStats& stats, FILE* reportStream, RebuildOutput* out)
         : data_(data), stats_(stats), report_(reportStream), out_(out) {}
 
     int run();
@@ -92,18 +173,25 @@ public:
 private:
     enum class Step { Next, Stop };
 
+    void startAfterId3v2();
     Step atFrame(int length);
+    void walkPlainFrames();
     Step atApe();
     Step atInvalidData();
     bool writeFailed() const { return out_ && out_->failed(); }
+    // Up to n bytes at `offset`, never past the data's end (the walk's one way of looking).
+    Bytes at(uint64_t offset, size_t n) {
+        if (offset >= end_) return {};
+        if (end_ - offset < n) n = size_t(end_ - offset);
+        return data_.view(offset, n);
+    }
 
-    std::span<uint8_t> data_;
-    Bytes view_;         // the data up to `end_`
+    FileReader& data_;
     uint64_t end_ = 0;   // the data's end, before an ID3v1 record
     uint64_t p_ = 0;
     bool frameSeen_ = false;
     uint64_t lastFrameStart_ = 0;
-    ReadAhead readAhead_;
+    HeaderDecoder decoder_;
     CheckStats& stats_;
     FILE* report_;
     RebuildOutput* out_;
@@ -113,44 +201,38 @@ int Walk::run() {
     resetStats(stats_);
     const uint64_t size = data_.size();
     end_ = size;
-    if (size > 127 && startsWith(data_, size - 128, "TAG")) {
+    if (size > 127 && startsWith(data_.view(size - 128, 3), 0, "TAG")) {
         stats_.id3v1Count = 1;
         end_ = size - 128;
     }
-    view_ = Bytes(data_).first(end_);
-
-    if (startsWith(data_, 0, "ID3")) {
-        if (end_ > 9) {
-            ++stats_.id3v2Count;
-            p_ = 10 + uint64_t(syncsafeAt(data_, 6)) + ((data_[5] & 0x10) ? 10 : 0);
-            if (out_) out_->writeTag(0, p_, end_);
-        } else {
-            stats_.truncatedOffset = 0;
-        }
-    }
+    startAfterId3v2();
 
     if (end_ >= 4) {
         while (p_ != end_ && !writeFailed()) {
-            if (p_ > end_ || end_ - p_ < 4) {
+            Bytes word = at(p_, 4);
+            // Fewer than 4 bytes left (or a track that ended before its size).
+            if (word.size() < 4) {
                 stats_.truncatedOffset = toOffset(p_);
                 break;
             }
-            if (!frameSeen_ && startsWith(view_, p_, "RIFF")) {
+            if (!frameSeen_ && startsWith(word, 0, "RIFF")) {
                 stats_.riffOffset = toOffset(p_);
-                int64_t body = findRiffData(view_, p_);
+                int64_t body = findRiffData(data_, p_, end_);
                 if (body >= 0) {
                     p_ = uint64_t(body);
                     continue;
                 }
+                word = at(p_, 4);
             }
-            if (isFrameSync(view_, p_)) {
-                int length = decodeFrameHeader(view_, p_, stats_);
+            if (isFrameSync(word)) {
+                int length = decoder_.decode(word, p_, stats_);
                 if (length > 0) {
                     if (atFrame(length) == Step::Stop) break;
+                    walkPlainFrames();
                     continue;
                 }
             }
-            Step step = startsWith(view_, p_, "APET") ? atApe() : atInvalidData();
+            Step step = startsWith(word, 0, "APET") ? atApe() : atInvalidData();
             if (step == Step::Stop) break;
         }
     }
@@ -165,31 +247,61 @@ int Walk::run() {
     return ok ? 0 : -1;
 }
 
+void Walk::startAfterId3v2() {
+    const Bytes head = data_.view(0, 10);
+    if (!startsWith(head, 0, "ID3")) return;
+    if (end_ > 9 && head.size() == 10) {
+        ++stats_.id3v2Count;
+        p_ = 10 + uint64_t(syncsafeAt(head, 6)) + ((head[5] & 0x10) ? 10 : 0);
+        if (out_) out_->writeTag(0, p_, end_);
+    } else {
+        stats_.truncatedOffset = 0;
+    }
+}
+
 Walk::Step Walk::atFrame(int length) {
-    const size_t at = size_t(p_);
+    const uint64_t start = p_;
+    std::optional<uint16_t> correctCrc;
     if (stats_.layer == 3 && stats_.protectedFrame && uint64_t(length) <= end_ - p_) {
-        if (out_) out_->beforeCrcFix(at);
-        checkFrameCrc(data_.first(end_), at, stats_, out_ != nullptr);
+        uint16_t computed = 0;
+        if (!checkFrameCrc(at(start, CrcSpan), stats_, &computed)) correctCrc = computed;
     }
     if (!frameSeen_) {
-        if (!readXingHeader(view_, at, stats_)) readVbriHeader(view_, at, stats_);
+        if (!readXingHeader(at(start, VbrHeaderSpan), stats_)) readVbriHeader(at(start, VbrHeaderSpan), stats_);
         frameSeen_ = true;
     }
-    if (out_) out_->writeFrame(at, size_t(length), end_, sideInfoLength(stats_.version, stats_.stereo));
+    if (out_) out_->writeFrame(start, uint64_t(length), end_, sideInfoLength(stats_.version, stats_.stereo), correctCrc);
     lastFrameStart_ = p_;
     p_ += uint64_t(length);
-    readAhead_.upTo(view_, size_t(p_));
     return Step::Next;
 }
 
+// The bulk of a check: frames of one kind back to back, with no CRC to check and nothing to
+// write, each decoded by the quick path, through what the reader holds. The same as going round
+// the walk once per frame; the walk reads on where this stops.
+void Walk::walkPlainFrames() {
+    if (out_ || !frameSeen_ || (stats_.layer == 3 && stats_.protectedFrame) || p_ >= end_) return;
+    Bytes block = data_.buffered(p_);
+    if (block.size() > end_ - p_) block = block.first(size_t(end_ - p_));
+    size_t i = 0;
+    while (block.size() >= 4 && i <= block.size() - 4) {
+        const int length = decoder_.decodeQuick(be32At(block, i), stats_);
+        if (length <= 0) break;
+        lastFrameStart_ = p_ + i;
+        i += size_t(length);
+    }
+    p_ += i;
+}
+
 Walk::Step Walk::atApe() {
-    if (end_ - p_ < 16) {
+    const Bytes footer = at(p_, 16);
+    if (footer.size() < 16) {
         stats_.truncatedOffset = toOffset(p_);
         return Step::Stop;
     }
     ++stats_.apeCount;
     // The size field counts the items and the footer; the header makes 32 more.
-    const uint64_t length = 32 + uint64_t(le32At(view_, p_ + 12));
+    const uint64_t length = 32 + uint64_t(le32At(footer, 12));
     if (out_) out_->writeTag(p_, length, end_);
     p_ += length;
     return Step::Next;
@@ -199,7 +311,7 @@ Walk::Step Walk::atInvalidData() {
     // None of the invalid bytes are kept, nor the piece just before them.
     if (out_) out_->takeBackLast(stats_);
     if (p_ == 0) {
-        int64_t run = findFrameRun(view_, 0, 8);
+        int64_t run = findFrameRun(data_, 0, end_, 8);
         if (run < 0) {
             stats_.unknownFormatOffset = 0;
             return Step::Stop;
@@ -212,7 +324,7 @@ Walk::Step Walk::atInvalidData() {
     }
     // The last frame's length may have been wrong, so the search starts inside it.
     const uint64_t from = frameSeen_ ? lastFrameStart_ + 1 : p_;
-    int64_t run = findFrameRun(view_, size_t(from), 6);
+    int64_t run = findFrameRun(data_, from, end_, 6);
     if (run < 0) {
         stats_.invalidEndOffset = toOffset(p_);
         report(report_, 2, "Invalid data at the end of the file");
@@ -304,13 +416,13 @@ int sideInfoLength(int32_t version, bool stereo) {
     return stereo ? 17 : 9;
 }
 
-int decodeFrameHeader(Bytes data, size_t offset, CheckStats& stats) {
+int decodeFrameHeader(Bytes header, uint64_t offset, CheckStats& stats) {
     auto fail = [&] {
         stats.streamErrorOffset = toOffset(offset);
         return -1;
     };
-    if (!hasBytes(data, offset, 4)) return fail();
-    const uint8_t b1 = data[offset + 1], b2 = data[offset + 2], b3 = data[offset + 3];
+    if (header.size() < 4) return fail();
+    const uint8_t b1 = header[1], b2 = header[2], b3 = header[3];
 
     if (b1 & 1) {
         stats.protectedFrame = 0;
@@ -328,44 +440,47 @@ int decodeFrameHeader(Bytes data, size_t offset, CheckStats& stats) {
     if (stats.previousBitrate > 0 && kbps != stats.previousBitrate) stats.vbr = 1;
     stats.previousBitrate = kbps;
 
-    const int rateIndex = (b2 >> 2) & 3;
-    if (rateIndex == 3) return fail();
-    const int rate = kSampleRates[info.rateRow][rateIndex];
-    const int padding = (b2 >> 1) & 1;
+    if (((b2 >> 2) & 3) == 3) return fail();
     stats.stereo = (b3 >> 6) != 3;
     stats.version = info.version;
     stats.layer = info.layer;
 
-    int length;
-    if (info.layer == 1) length = (12000 * kbps / rate + padding) * 4;
-    else if (info.layer == 2 || info.version == 1) length = 144000 * kbps / rate + padding;
-    else length = 72000 * kbps / rate + padding;
+    const int length = kFrameLengths[size_t(kind)][b2 >> 1];
     addTo(stats.dataBytes, length);
     return length;
 }
 
-int64_t findFrameRun(Bytes data, size_t from, int count) {
-    const size_t size = data.size();
-    if (size < 4 || from > size - 4) return -1;
+int64_t findFrameRun(FileReader& data, uint64_t from, uint64_t end, int count) {
+    if (end < 4 || from > end - 4) return -1;
     CheckStats scratch;
-    size_t p = from;
-    while (p <= size - 4) {
-        const void* hit = std::memchr(data.data() + p, 0xFF, size - 3 - p);
-        if (!hit) return -1;
-        p = size_t(static_cast<const uint8_t*>(hit) - data.data());
-        const size_t start = p++;
-        if ((data[start + 1] & 0xE0) != 0xE0) continue;
-        int length = decodeFrameHeader(data, start, scratch);
-        if (length <= 0 || size_t(length) > size - start) continue;
+    uint64_t p = from;
+    while (p <= end - 4) {
+        // The next 0xFF, stopping 3 bytes before the end.
+        const Bytes block = viewBefore(data, p, FileReader::MaxView, end - 3);
+        if (block.empty()) return -1;
+        const void* hit = std::memchr(block.data(), 0xFF, block.size());
+        if (!hit) {
+            p += block.size();
+            continue;
+        }
+        p += uint64_t(static_cast<const uint8_t*>(hit) - block.data());
+        const uint64_t start = p++;
+        Bytes header = viewBefore(data, start, 4, end);
+        if (header.size() < 4) return -1;
+        if ((header[1] & 0xE0) != 0xE0) continue;
+        int length = decodeFrameHeader(header, start, scratch);
+        if (length <= 0 || uint64_t(length) > end - start) continue;
         const int32_t version = scratch.version, layer = scratch.layer;
-        size_t next = start + size_t(length);
+        uint64_t next = start + uint64_t(length);
         int found = 1;
         while (found < count) {
-            if (size - next < 4) break;  // the later headers are decoded where they fall, sync or not
-            length = decodeFrameHeader(data, next, scratch);
+            // The later headers are decoded where they fall, sync or not.
+            header = viewBefore(data, next, 4, end);
+            if (header.size() < 4) break;
+            length = decodeFrameHeader(header, next, scratch);
             if (length <= 0 || scratch.version != version || scratch.layer != layer) break;
-            if (size_t(length) > size - next) break;
-            next += size_t(length);
+            if (uint64_t(length) > end - next) break;
+            next += uint64_t(length);
             ++found;
         }
         if (found >= count) return int64_t(start);
@@ -373,37 +488,33 @@ int64_t findFrameRun(Bytes data, size_t from, int count) {
     return -1;
 }
 
-bool checkFrameCrc(std::span<uint8_t> data, size_t offset, CheckStats& stats, bool fix) {
+bool checkFrameCrc(Bytes frame, CheckStats& stats, uint16_t* computed) {
     const size_t side = size_t(sideInfoLength(stats.version, stats.stereo));
-    if (!hasBytes(data, offset, 6 + side)) return true;  // nothing to judge
+    if (!hasBytes(frame, 0, 6 + side)) return true;  // nothing to judge
     uint16_t crc = 0xFFFF;
-    crc = crcUpdate(crc, data[offset + 2]);
-    crc = crcUpdate(crc, data[offset + 3]);
-    for (size_t i = 0; i < side; ++i) crc = crcUpdate(crc, data[offset + 6 + i]);
-    if (crc == be16At(data, offset + 4)) return true;
+    crc = crcUpdate(crc, frame[2]);
+    crc = crcUpdate(crc, frame[3]);
+    for (size_t i = 0; i < side; ++i) crc = crcUpdate(crc, frame[6 + i]);
+    if (crc == be16At(frame, 4)) return true;
     stats.crcErrorSeen = 1;
     ++stats.crcErrorCount;
-    if (fix) {
-        data[offset + 4] = uint8_t(crc >> 8);
-        data[offset + 5] = uint8_t(crc);
-    }
+    if (computed) *computed = crc;
     return false;
 }
 
-bool readXingHeader(Bytes data, size_t frameStart, CheckStats& stats) {
-    if (frameStart > data.size()) return false;
-    const size_t h = frameStart + 4 + size_t(sideInfoLength(stats.version, stats.stereo));
-    if (!startsWith(data, h, "Xing") && !startsWith(data, h, "Info")) return false;
-    if (!hasBytes(data, h, 8)) return false;
+bool readXingHeader(Bytes frame, CheckStats& stats) {
+    const size_t h = 4 + size_t(sideInfoLength(stats.version, stats.stereo));
+    if (!startsWith(frame, h, "Xing") && !startsWith(frame, h, "Info")) return false;
+    if (!hasBytes(frame, h, 8)) return false;
     stats.vbrHeaderFound = 1;
     stats.vbrHeaderIsXing = 1;
     // A count whose field lies beyond the data is taken as absent.
     auto field = [&](size_t at, int32_t& has, int32_t& value) {
-        if (!hasBytes(data, at, 4)) return;
+        if (!hasBytes(frame, at, 4)) return;
         has = 1;
-        value = int32_t(be32At(data, at));
+        value = int32_t(be32At(frame, at));
     };
-    switch (data[h + 7] & 3) {
+    switch (frame[h + 7] & 3) {
     case 3:
         field(h + 8, stats.headerHasFrames, stats.headerFrames);
         field(h + 12, stats.headerHasBytes, stats.headerBytes);
@@ -415,35 +526,42 @@ bool readXingHeader(Bytes data, size_t frameStart, CheckStats& stats) {
     return true;
 }
 
-bool readVbriHeader(Bytes data, size_t frameStart, CheckStats& stats) {
-    if (frameStart > data.size()) return false;
-    const size_t v = frameStart + 36;
-    if (!startsWith(data, v, "VBRI") || !hasBytes(data, v, 18)) return false;
+bool readVbriHeader(Bytes frame, CheckStats& stats) {
+    const size_t v = 36;
+    if (!startsWith(frame, v, "VBRI") || !hasBytes(frame, v, 18)) return false;
     stats.vbrHeaderFound = 1;
     stats.vbrHeaderIsXing = 0;
     stats.headerHasBytes = 1;
-    stats.headerBytes = int32_t(be32At(data, v + 10));
+    stats.headerBytes = int32_t(be32At(frame, v + 10));
     stats.headerHasFrames = 1;
-    stats.headerFrames = int32_t(be32At(data, v + 14));
+    stats.headerFrames = int32_t(be32At(frame, v + 14));
     return true;
 }
 
-int64_t findRiffData(Bytes data, size_t offset) {
-    if (!hasBytes(data, offset, 12) || !startsWith(data, offset, "RIFF") || !startsWith(data, offset + 8, "WAVE"))
-        return -1;
-    const uint64_t size = data.size();
+int64_t findRiffData(FileReader& data, uint64_t offset, uint64_t end) {
+    const Bytes head = viewBefore(data, offset, 12, end);
+    if (head.size() < 12 || !startsWith(head, 0, "RIFF") || !startsWith(head, 8, "WAVE")) return -1;
     uint64_t chunk = offset + 12;
-    while (chunk <= size && size - chunk >= 8) {
-        if (startsWith(data, size_t(chunk), "data")) return int64_t(chunk + 8);
-        chunk += 8 + uint64_t(le32At(data, size_t(chunk) + 4));
+    while (chunk <= end && end - chunk >= 8) {
+        const Bytes chunkHead = viewBefore(data, chunk, 8, end);
+        if (chunkHead.size() < 8) return -1;
+        if (startsWith(chunkHead, 0, "data")) return int64_t(chunk + 8);
+        chunk += 8 + uint64_t(le32At(chunkHead, 4));
     }
     return -1;
 }
 
-int scanAudio(std::span<uint8_t> data, CheckStats& stats, FILE* reportStream, bool fix, int outFd) {
-    if (!fix) return Walk(data, stats, reportStream, nullptr).run();
-    RebuildOutput output(outFd, data);
+int scanAudio(FileReader& data, CheckStats& stats, FILE* reportStream, FileWriter* out) {
+    if (!out) return Walk(data, stats, reportStream, nullptr).run();
+    RebuildOutput output(data, *out);
     return Walk(data, stats, reportStream, &output).run();
+}
+
+int scanAudio(Bytes data, CheckStats& stats, FILE* reportStream, bool fix, int outFd) {
+    FileReader reader(data);
+    if (!fix) return scanAudio(reader, stats, reportStream, nullptr);
+    FileWriter out(outFd);
+    return scanAudio(reader, stats, reportStream, &out);
 }
 
 namespace {
@@ -510,8 +628,8 @@ int checkAudioFile(const char* path, const char* logPath, bool fix, bool quiet, 
                    bool keepDates) {
     FileAttributes attributes;
     getFileAttributes(path, &attributes);
-    Mapping track = mapFile(path);
-    if (!track.valid() || track.size() == 0) {
+    FileReader track;
+    if (!track.open(path) || track.size() == 0) {
         report(stderr, 1, "Cannot open track '%s' or it is empty", path ? path : "");
         return 0;
     }
@@ -525,11 +643,16 @@ int checkAudioFile(const char* path, const char* logPath, bool fix, bool quiet, 
         }
         stream = log.get();
     }
-    track.adviseSequential();
+    if (track.size() > FileReader::BufferSize) track.adviseSequential();
 
     report(stream, 0, "Checking audio file '%s'...", path);
     CheckStats stats;
-    scanAudio(track.bytes(), stats, stream, false, -1);
+    scanAudio(track, stats, stream, nullptr);
+    if (track.error() != 0) {
+        // A read that failed half-way is no report on the track.
+        report(stream, 1, "Cannot open track '%s' or it is empty", path);
+        return 0;
+    }
     printReport(stream, stats, quiet);
     if (fix && stats.errorCount != 0) rebuildTrack(path, track, attributes, stats, stream, deleteBackup, keepDates);
     return stats.errorCount;

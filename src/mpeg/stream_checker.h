@@ -1,14 +1,15 @@
-// The stream checker (-check): walks a whole mapped file, classifies every stretch as a tag,
+// The stream checker (-check): walks a whole file, classifies every stretch as a tag,
 // a RIFF wrapper, an MPEG audio frame or invalid data, and reports what it found. The same
-// walk with an output descriptor is the rebuild (-check fix), see stream_rebuild.cpp.
+// walk with an output file is the rebuild (-check fix), see stream_rebuild.cpp.
 #pragma once
 
 #include <array>
 #include <cstdint>
 #include <cstdio>
-#include <span>
 
 #include "base/bytes.h"
+#include "base/file_reader.h"
+#include "base/file_writer.h"
 
 namespace tagwick {
 
@@ -64,32 +65,36 @@ int report(FILE* stream, int level, const char* format, ...) __attribute__((form
 // 9/17 for MPEG-2 and 2.5.
 int sideInfoLength(int32_t version, bool stereo);
 
-// Decodes the header at `offset` with the standard's exact length rules. The caller has seen
-// the sync bits; the kind's counter is incremented as soon as version and layer are known,
-// and stays incremented when a later step fails. Returns the frame length, or -1 (and
-// streamErrorOffset = offset); fewer than 4 bytes at `offset` also fail.
-int decodeFrameHeader(Bytes data, size_t offset, CheckStats& stats);
+// Decodes the frame header `header` (the bytes at `offset`) with the standard's exact length
+// rules. The caller has seen the sync bits; the kind's counter is incremented as soon as
+// version and layer are known, and stays incremented when a later step fails. Returns the
+// frame length, or -1 (and streamErrorOffset = offset); fewer than 4 bytes also fail.
+int decodeFrameHeader(Bytes header, uint64_t offset, CheckStats& stats);
 
 // Offset of the first frame of `count` decodable frames of one version and layer, back to
-// back and wholly inside `data`, at or after `from`; -1 when there is none. Counts nothing.
-int64_t findFrameRun(Bytes data, size_t from, int count);
+// back and wholly before `end`, at or after `from`; -1 when there is none. Counts nothing.
+int64_t findFrameRun(FileReader& data, uint64_t from, uint64_t end, int count);
 
-// CRC-16 of a layer III frame at `offset` (header bytes 2-3 and the side information) against
-// bytes 4-5. Uses the version and channel mode of the frame just decoded into `stats`. On a
-// mismatch counts the error and, with `fix`, stores the computed value. True when it matched.
-bool checkFrameCrc(std::span<uint8_t> data, size_t offset, CheckStats& stats, bool fix);
+// CRC-16 of a layer III frame (header bytes 2-3 and the side information) against bytes 4-5 of
+// `frame`, the frame's bytes from its start. Uses the version and channel mode of the frame
+// just decoded into `stats`. On a mismatch counts the error and gives the right value in
+// `computed`. True when it matched (or the bytes are too few to judge).
+bool checkFrameCrc(Bytes frame, CheckStats& stats, uint16_t* computed = nullptr);
 
-// VBR headers of the first frame at `frameStart`: "Xing"/"Info" after the side information,
-// "VBRI" at +36. True when found.
-bool readXingHeader(Bytes data, size_t frameStart, CheckStats& stats);
-bool readVbriHeader(Bytes data, size_t frameStart, CheckStats& stats);
+// VBR headers of the first frame, given its bytes from its start: "Xing"/"Info" after the side
+// information, "VBRI" at +36. True when found.
+bool readXingHeader(Bytes frame, CheckStats& stats);
+bool readVbriHeader(Bytes frame, CheckStats& stats);
 
-// A RIFF WAVE wrapper at `offset`: the offset of the "data" chunk's body, or -1.
-int64_t findRiffData(Bytes data, size_t offset);
+// A RIFF WAVE wrapper at `offset`: the offset of the "data" chunk's body (chunks read before
+// `end`), or -1.
+int64_t findRiffData(FileReader& data, uint64_t offset, uint64_t end);
 
-// The walk. With `fix`, accepted pieces are written to `outFd` (see stream_rebuild.cpp) and
-// wrong CRCs are corrected in `data`. Returns 0, or -1 when a write to the output failed.
-int scanAudio(std::span<uint8_t> data, CheckStats& stats, FILE* reportStream, bool fix, int outFd);
+// The walk. With `out`, accepted pieces are written to it (see stream_rebuild.cpp), wrong CRCs
+// corrected there. Returns 0, or -1 when a write to the output failed.
+int scanAudio(FileReader& data, CheckStats& stats, FILE* reportStream, FileWriter* out);
+// The same over bytes in memory, writing to `outFd` (from where it stands) when `fix` is set.
+int scanAudio(Bytes data, CheckStats& stats, FILE* reportStream, bool fix, int outFd);
 
 // Warnings after a walk (some add to errorCount) and, unless `quiet`, the summary line.
 void printReport(FILE* stream, CheckStats& stats, bool quiet);

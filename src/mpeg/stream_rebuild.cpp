@@ -1,5 +1,6 @@
 // The rebuild (-check fix): the checker's walk writes what it accepts into a temporary file,
-// which then takes the track's place while the original becomes "<path>.bak".
+// which then takes the track's place while the original becomes "<path>.bak". The track is
+// only read: corrected CRCs are written into the output.
 #include <algorithm>
 #include <climits>
 #include <cstring>
@@ -10,92 +11,46 @@
 
 namespace tagwick {
 
-PieceWriter::PieceWriter(int fd, Bytes source) : fd_(fd), source_(source) {
-    long here = seekFd(fd, 0, true);
-    written_ = here < 0 ? 0 : int64_t(here);
-}
-
-int64_t PieceWriter::writePiece(int64_t offset, int64_t length, int64_t limit) {
-    if (length < 0) {
-        const int64_t piece = std::exchange(remembered_, 0);
-        if (piece == 0) return 0;
-        // Whatever is still gathered is simply dropped; only the rest needs a seek back.
-        const int64_t gathered = std::min(piece, int64_t(pendingLength_));
-        pendingLength_ -= size_t(gathered);
-        if (piece > gathered && !seekBack(piece - gathered)) return -1;
-        return piece;
+bool RebuildOutput::writePiece(uint64_t offset, uint64_t length, uint64_t limit) {
+    const uint64_t size = track_.size();
+    offset = std::min(offset, size);
+    length = std::min({length, limit > offset ? limit - offset : 0, size - offset});
+    // Copied a view at a time; a track that ends early (it shrank) gives a shorter piece.
+    uint64_t done = 0;
+    while (done < length) {
+        const Bytes bytes = track_.view(offset + done, size_t(std::min<uint64_t>(length - done, FileReader::MaxView)));
+        if (bytes.empty()) break;
+        if (!out_.write(bytes)) return false;
+        done += bytes.size();
     }
-    if (failed_) return -1;
-    const int64_t size = int64_t(source_.size());
-    if (offset < 0 || offset > size) offset = size;
-    if (limit >= 0 && length > limit - offset) length = std::max<int64_t>(0, limit - offset);
-    length = std::min(length, size - offset);  // never beyond the source
-    if (length > 0) {
-        if (pendingLength_ > 0 && int64_t(pendingStart_ + pendingLength_) == offset) {
-            pendingLength_ += size_t(length);
-        } else {
-            if (!flush()) return -1;
-            pendingStart_ = size_t(offset);
-            pendingLength_ = size_t(length);
-        }
-    }
-    remembered_ = length;
-    return length;
-}
-
-bool PieceWriter::flush() {
-    if (failed_) return false;
-    if (pendingLength_ == 0) return true;
-    size_t done = 0;
-    if (writeFd(fd_, source_.data() + pendingStart_, pendingLength_, &done) != 1 || done != pendingLength_) {
-        failed_ = true;
-        return false;
-    }
-    written_ += int64_t(pendingLength_);
-    pendingLength_ = 0;
+    lastPiece_ = done;
     return true;
 }
 
-bool PieceWriter::flushIfHolds(size_t offset) {
-    // The two CRC bytes at `offset` against the gathered range.
-    if (pendingLength_ == 0 || offset + 2 <= pendingStart_ || offset >= pendingStart_ + pendingLength_) return true;
-    return flush();
-}
-
-bool PieceWriter::seekBack(int64_t length) {
-    while (length > 0) {
-        const int32_t step = int32_t(std::min<int64_t>(length, INT32_MAX));
-        const int64_t target = written_ - step;
-        if (target < 0 || seekFd(fd_, -step, true) != long(int32_t(uint32_t(uint64_t(target))))) {
-            failed_ = true;
-            return false;
-        }
-        written_ = target;
-        length -= step;
-    }
-    return true;
-}
-
-bool RebuildOutput::writeTag(size_t offset, uint64_t length, size_t limit) {
-    const int64_t capped = int64_t(std::min<uint64_t>(length, uint64_t(INT64_MAX / 2)));
+bool RebuildOutput::writeTag(uint64_t offset, uint64_t length, uint64_t limit) {
     lastWasFrame_ = false;
-    return writer_.writePiece(int64_t(offset), capped, int64_t(limit)) >= 0;
+    return writePiece(offset, length, limit);
 }
 
-bool RebuildOutput::writeFrame(size_t offset, size_t length, size_t limit, int sideInfo) {
+bool RebuildOutput::writeFrame(uint64_t offset, uint64_t length, uint64_t limit, int sideInfo,
+                               std::optional<uint16_t> crc) {
+    const uint64_t position = out_.position();
     if (!firstFrameWritten_) {
         firstFrameWritten_ = true;
-        firstFramePosition_ = writer_.position();
+        firstFramePosition_ = position;
         firstSideInfo_ = sideInfo;
     }
     lastWasFrame_ = true;
     lastFrameLength_ = int64_t(length);
-    return writer_.writePiece(int64_t(offset), int64_t(length), int64_t(limit)) >= 0;
+    if (!writePiece(offset, length, limit)) return false;
+    if (!crc || lastPiece_ < 6) return true;
+    const uint8_t field[2] = {uint8_t(*crc >> 8), uint8_t(*crc)};
+    return out_.writeAt(position + 4, field);
 }
 
 bool RebuildOutput::takeBackLast(CheckStats& stats) {
-    const int64_t dropped = writer_.takeBack();
-    if (dropped < 0) return false;
+    const uint64_t dropped = std::exchange(lastPiece_, 0);
+    if (dropped > 0 && !out_.takeBack(dropped)) return false;
     if (dropped > 0 && lastWasFrame_) {
         ++stats.framesDropped;
         stats.dataBytes = int32_t(uint32_t(stats.dataBytes) - uint32_t(lastFrameLength_));
@@ -104,16 +59,15 @@ bool RebuildOutput::takeBackLast(CheckStats& stats) {
     return true;
 }
 
-bool RebuildOutput::writeId3v1(size_t offset) {
+bool RebuildOutput::writeId3v1(uint64_t offset) {
     lastWasFrame_ = false;
-    return writer_.writePiece(int64_t(offset), 128, -1) >= 0;
+    return writePiece(offset, 128, UINT64_MAX);
 }
 
 bool RebuildOutput::finish(const CheckStats& stats) {
-    if (!writer_.flush()) return false;
-    // Take-backs that reached the descriptor leave bytes past the position.
-    if (truncateAtPosition(writer_.fd()) != 0) return false;
-    return patchVbrHeader(stats);
+    // Take-backs that reached the file leave bytes past the position.
+    if (!out_.truncateHere()) return false;
+    return patchVbrHeader(stats) && out_.flush();
 }
 
 bool RebuildOutput::patchVbrHeader(const CheckStats& stats) {
@@ -123,24 +77,22 @@ bool RebuildOutput::patchVbrHeader(const CheckStats& stats) {
     if (!stats.vbrHeaderIsXing)
         return writeBe32At(firstFramePosition_ + 46, bytes) && writeBe32At(firstFramePosition_ + 50, frames);
     // The count fields follow the "Xing" word and the flags.
-    const int64_t field = firstFramePosition_ + firstSideInfo_ + 12;
+    const uint64_t field = firstFramePosition_ + uint64_t(firstSideInfo_) + 12;
     if (stats.headerHasFrames && stats.headerHasBytes) return writeBe32At(field, frames) && writeBe32At(field + 4, bytes);
     if (stats.headerHasFrames) return writeBe32At(field, frames);
     if (stats.headerHasBytes) return writeBe32At(field, bytes);
     return true;
 }
 
-bool RebuildOutput::writeBe32At(int64_t position, uint32_t value) {
+bool RebuildOutput::writeBe32At(uint64_t position, uint32_t value) {
     // A field the output no longer reaches (its frame was taken back with nothing after it)
-    // is written all the same, which lengthens the file up to it.
-    if (position < 0 || position > INT32_MAX - 4) return true;
-    if (seekFd(writer_.fd(), int32_t(position), false) != long(position)) return false;
+    // is written all the same, which lengthens the file up to it. Positions are 32-bit.
+    if (position > uint64_t(INT32_MAX - 4)) return true;
     const uint8_t field[4] = {uint8_t(value >> 24), uint8_t(value >> 16), uint8_t(value >> 8), uint8_t(value)};
-    size_t done = 0;
-    return writeFd(writer_.fd(), field, sizeof field, &done) == 1 && done == sizeof field;
+    return out_.writeAt(position, field);
 }
 
-void rebuildTrack(const char* path, Mapping& track, const FileAttributes& attributes, CheckStats& stats,
+void rebuildTrack(const char* path, FileReader& track, const FileAttributes& attributes, CheckStats& stats,
                   FILE* reportStream, bool deleteBackup, bool keepDates) {
     char tempName[1024];
     UniqueFd temp(makeTempFile(tempName, sizeof tempName, "mp3"));
@@ -150,15 +102,19 @@ void rebuildTrack(const char* path, Mapping& track, const FileAttributes& attrib
     }
     report(reportStream, 0, "Rebuilding file '%s'...\n", path);
 
-    const int result = scanAudio(track.bytes(), stats, nullptr, true, temp.get());
+    FileWriter out(std::move(temp));
+    const int result = scanAudio(track, stats, nullptr, &out);
     // A failed close may mean the data never reached the disk: the same as a failed write.
-    const bool closed = temp.close();
-    if (result < 0 || !closed) {
-        report(reportStream, 1, "Failed to write to the temporary file");
+    const bool closed = out.close();
+    const bool readFailed = track.error() != 0;
+    if (result < 0 || !closed || readFailed) {
+        // Half a track must never take the original's place.
+        if (readFailed) report(reportStream, 1, "Cannot open track '%s' or it is empty", path);
+        else report(reportStream, 1, "Failed to write to the temporary file");
         removeFile(tempName);
         return;
     }
-    track.reset();
+    track.close();
 
     char backup[1025];
     if (std::snprintf(backup, sizeof backup, "%s.bak", path) >= int(sizeof backup)) {

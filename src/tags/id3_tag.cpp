@@ -1,13 +1,15 @@
 // Opening a track: the kind from the file name, the kind check of the first bytes, then the
 // version 1 record, the version 2 tag and the audio summary, always in this order.
 //
-// The file is read through one read-only mapping per open, so a large track is never copied
-// into memory and a chunk that claims more bytes than the file holds costs nothing.
+// The file is read through one buffered reader per open: a small track in one read, a large
+// one a window at a time, and a chunk that claims more bytes than the file holds costs nothing.
 #include "tags/id3_tag.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <vector>
 
 #include <sys/stat.h>
 
@@ -51,7 +53,7 @@ enum class KindCheck { Accepted, NotAiff, Mp4, NotMp3 };
 
 // The first bytes must fit the kind the name promised. `streamPosition` receives where a
 // stream reader would stand afterwards: 0 after a rewind, else just past the accepted pair.
-KindCheck checkFirstBytes(Bytes file, const ID3Tag& track, size_t* streamPosition) {
+KindCheck checkFirstBytes(Bytes file, const ID3Tag& track, uint64_t* streamPosition) {
     *streamPosition = 0;
     if (track.isAiff) return textAtNoCase(file, 0, "FORM") ? KindCheck::Accepted : KindCheck::NotAiff;
     if (textAtNoCase(file, 0, "ID3")) return KindCheck::Accepted;
@@ -143,14 +145,15 @@ bool ID3Tag::kindFromPath(const char* path, ID3Tag* track) {
     return tagData || mp3 || aiffKind;
 }
 
-int ID3Tag::loadTagAt(Bytes file, size_t offset, size_t size) {
+int ID3Tag::loadTagAt(FileReader& file, uint64_t offset, uint64_t size) {
     // The whole tag must be there: a read that ends early at the end of the file (which sets
     // no error number) hands nothing to the reader.
-    if (offset > file.size() || size > file.size() - offset) {
-        Logger::log(LogError, "Failed to load the tag data (error: %s)", errorText(0).c_str());
+    std::vector<uint8_t> tag;
+    if (offset <= file.size() && size <= file.size() - offset) tag = file.readRange(offset, size);
+    if (tag.size() != size) {
+        Logger::log(LogError, "Failed to load the tag data (error: %s)", errorText(file.error()).c_str());
         return 0;
     }
-    Bytes tag = file.subspan(offset, size);
     V2ParseOutcome outcome = parseV2(v2, tag, V2ReadSettings{tagTypeMode, v2TextConversion});
     v2Minor = outcome.minor;
     v2Found = outcome.found;
@@ -164,13 +167,10 @@ int ID3Tag::open(const char* filePath, const ProgressCallback* progress, bool ch
     if (checkWritable) writable = !isWriteProtected(filePath);
 
     kindCheckPassed = false;
-    Mapping mapping = mapFile(filePath);
-    Bytes file;
-    if (mapping.valid()) {
-        file = mapping.bytes();
-    } else {
+    FileReader file;
+    if (!file.open(filePath)) {
         int error = errno;
-        // A folder opens for reading but cannot be mapped: it reads as no bytes at all.
+        // A folder opens for reading but holds no bytes of a track: it reads as none at all.
         struct stat info {};
         if (::stat(filePath, &info) != 0 || !S_ISDIR(info.st_mode)) {
             Logger::log(LogError, "Failed to open the file '%s' for reading (error: %s)", filePath,
@@ -179,10 +179,11 @@ int ID3Tag::open(const char* filePath, const ProgressCallback* progress, bool ch
         }
     }
 
-    size_t position = 0;
-    KindCheck check = checkFirstBytes(file, *this, &position);
+    uint64_t position = 0;
+    const Bytes head = file.view(0, SyncScanLimit);
+    KindCheck check = checkFirstBytes(head, *this, &position);
     if (check != KindCheck::Accepted) {
-        logRefusal(check, file);
+        logRefusal(check, head);
         return 0;
     }
     kindCheckPassed = true;
@@ -195,14 +196,14 @@ int ID3Tag::open(const char* filePath, const ProgressCallback* progress, bool ch
         fileSize = file.size();
 
         if (isAiff) {
-            AiffForm form = readAiffForm(file);
+            AiffForm form = readAiffForm(file.view(0, AiffFormHeaderSize));
             if (uint64_t(form.formSize) + 8 != fileSize) {
                 Logger::log(LogWarning, "Size in header is not consistent with file size (%lu <> %lu - 8)%s",
                             static_cast<unsigned long>(form.formSize), static_cast<unsigned long>(fileSize),
                             ignoreAiffCorruption ? " (ignoring...)" : "");
                 if (!ignoreAiffCorruption) return 0;
             }
-            position = file.size() < AiffFormHeaderSize ? file.size() : AiffFormHeaderSize;
+            position = std::min<uint64_t>(fileSize, AiffFormHeaderSize);
             if (form.known) {
                 Logger::log(LogProgress, "%sAIFF header found", form.compressed ? "Compressed " : "");
                 AiffWalk walk = walkAiffChunks(file, AiffFormHeaderSize);
@@ -221,14 +222,14 @@ int ID3Tag::open(const char* filePath, const ProgressCallback* progress, bool ch
         }
 
         // An MP3's tag is looked for at the start; AIFF and tag data files where the stream stands.
-        size_t tagStart = isMp3 ? 0 : position;
-        size_t audioStart = 0;
-        uint32_t tagSize = tagSizeFromHeader(file.subspan(tagStart));
+        const uint64_t tagStart = isMp3 ? 0 : position;
+        uint64_t audioStart = 0;
+        uint32_t tagSize = tagSizeFromHeader(file.view(tagStart, 10));
         if (tagSize != 0) {
             report(progress, "Loading V2...", 40);
             loadTagAt(file, tagStart, tagSize);
             v2Present = true;
-            audioStart = tagSize < file.size() ? tagSize : file.size();
+            audioStart = std::min<uint64_t>(tagSize, file.size());
         }
         buildVersionLabel(*this, v2Minor);
         sizeText = tagwick::sizeText(static_cast<long long>(fileSize));

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "base/bytes.h"
+#include "base/file_reader.h"
 #include "mpeg/mpeg_info.h"
 #include "tags/id3v1.h"
 #include "tags/id3v2_fields.h"
@@ -39,7 +40,7 @@ public:
     int open(const char* path, const ProgressCallback* progress = nullptr, bool checkWritable = false);
     // Hands the whole tag at `offset` (`size` bytes claimed, header included) to the version 2
     // reader. A tag that runs past the end of the file is refused with a message. Returns 1 when parsed.
-    int loadTagAt(Bytes file, size_t offset, size_t size);
+    int loadTagAt(FileReader& file, uint64_t offset, uint64_t size);
 
     // Version 2.
     Id3v2Tag v2;

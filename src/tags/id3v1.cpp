@@ -42,18 +42,25 @@ std::string boundedField(Bytes record, size_t at, size_t width) {
 
 }  // namespace
 
-bool readV1(ID3Tag& track, Bytes file) {
-    if (file.size() < Id3v1Size) {
-        // A seek to 128 bytes before the start of a short file fails with this error.
-        Logger::log(LogError, "Failed to load the V1 tag (error: %s)", errorText(EINVAL).c_str());
+bool readV1(ID3Tag& track, FileReader& file) {
+    const Bytes record = file.size() >= Id3v1Size ? file.view(file.size() - Id3v1Size, Id3v1Size) : Bytes();
+    if (record.size() < Id3v1Size) {
+        // A seek to 128 bytes before the start of a short file fails with EINVAL; a file that
+        // could not be read (or shrank meanwhile) is reported the same way.
+        const int error = file.error() != 0 ? file.error() : EINVAL;
+        Logger::log(LogError, "Failed to load the V1 tag (error: %s)", errorText(error).c_str());
         return false;
     }
-    Bytes record = file.last(Id3v1Size);
     if (startsWith(record, 0, "TAG")) {
         parseV1(track, record);
         track.v1.enabled = true;
     }
     return true;
+}
+
+bool readV1(ID3Tag& track, Bytes file) {
+    FileReader reader(file);
+    return readV1(track, reader);
 }
 
 bool parseV1(ID3Tag& track, Bytes record) {

@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "base/bytes.h"
+#include "base/file_reader.h"
 
 namespace tagwick {
 
@@ -27,6 +28,7 @@ struct Id3v1Tag {
 constexpr size_t Id3v1Size = 128;
 
 // Reads the last 128 bytes of `file` into the track; true when 128 bytes were there.
+bool readV1(ID3Tag& track, FileReader& file);
 bool readV1(ID3Tag& track, Bytes file);
 // Fills the record from 128 bytes (genre above 79 becomes 12, track 0 becomes 255).
 bool parseV1(ID3Tag& track, Bytes record);

@@ -14,6 +14,7 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include "mpeg/mpeg_info.h"
 #include "support/cli_runner.h"
 #include "support/mpeg_builders.h"
 #include "support/tag_builders.h"
@@ -135,6 +136,24 @@ INSTANTIATE_TEST_SUITE_P(
                      "Information: MPEG versions 3 M1 L1 3 M2 L2 4 M2.5 L3, 10 MPEG frames, VBR is present but no VBR "
                      "header was found, No tags\n", 1}),
     [](const testing::TestParamInfo<WalkCase>& info) { return info.param.name; });
+
+// Both walks look at a file through the reader's window: about one read per buffer, not per frame.
+TEST(FileWalks, ReadAboutOnceABuffer) {
+    support::TempDir dir;
+    const ByteVec sound = frames(12000);
+    support::writeFile(dir.file("t.mp3"), sound);
+    const uint64_t buffers = sound.size() / FileReader::BufferSize + 1;
+    FileReader file;
+    ASSERT_TRUE(file.open(dir.file("t.mp3").c_str()));
+    CheckStats stats;
+    EXPECT_EQ(scanAudio(file, stats, nullptr, nullptr), 0);
+    EXPECT_EQ(stats.totalFrames(), 12000);
+    EXPECT_LE(file.readCalls(), buffers + 1);
+    MpegInfo info;
+    ASSERT_TRUE(loadMpegInfo(info, file, 0, ScanMode::Full, nullptr, "t.mp3"));
+    EXPECT_EQ(info.frameCount, 12000u);
+    EXPECT_LE(file.readCalls(), 2 * buffers + 2);
+}
 
 TEST(CheckAudioFile, FailuresAndTheLogFile) {
     support::TempDir dir;
