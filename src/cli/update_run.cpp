@@ -93,11 +93,7 @@ ChangeMarks copyBetweenVersions(ID3Tag& track, const TagUpdate& update) {
 // A tag data file ends with a version 1 record, which the opening of a track does not read.
 void loadTrailingV1(ID3Tag& source) {
     FileReader reader;
-    if (!reader.open(source.path.c_str()) || reader.size() < Id3v1Size) return;
-    Bytes record = reader.view(reader.size() - Id3v1Size, Id3v1Size);
-    if (record.size() != Id3v1Size || !startsWith(record, 0, "TAG")) return;
-    parseV1(source, record);
-    source.v1.enabled = true;
+    if (reader.open(source.path.c_str()) && reader.size() >= Id3v1Size) readV1(source, reader);
 }
 
 // -import: the other file's version 2 fields are merged into the track's; its version 1

@@ -15,6 +15,7 @@
 
 #include "base/files.h"
 #include "base/logger.h"
+#include "base/safe_replace.h"
 #include "base/text.h"
 #include "tags/aiff_chunks.h"
 #include "tags/id3v2_reader.h"
@@ -34,19 +35,6 @@ uint8_t byteAt(Bytes file, size_t at) { return at < file.size() ? file[at] : 0; 
 
 bool textAtNoCase(Bytes file, size_t at, std::string_view text) {
     return hasBytes(file, at, text.size()) && equalsNoCase(asText(file.subspan(at, text.size())), text);
-}
-
-// The write check: true when the file cannot be opened for update. A refusal other than
-// EPERM is worth a message.
-bool isWriteProtected(const char* path) {
-    FILE* stream = std::fopen(path, "rb+");
-    if (stream) {
-        std::fclose(stream);
-        return false;
-    }
-    int error = errno;
-    if (error != EPERM) Logger::log(LogError, "Open file write check error: %s (%d)", errorText(error).c_str(), error);
-    return true;
 }
 
 enum class KindCheck { Accepted, NotAiff, Mp4, NotMp3 };

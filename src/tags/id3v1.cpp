@@ -14,10 +14,7 @@ namespace tagwick {
 
 namespace {
 
-// Offsets and field widths of the 128-byte record (widths without the terminator).
-constexpr size_t TitleAt = 3, ArtistAt = 33, AlbumAt = 63, YearAt = 93, CommentAt = 97;
-constexpr size_t TextWidth = 30, YearWidth = 4, CommentWidth = 29;
-constexpr size_t TrackAt = 126, GenreAt = 127;
+using namespace v1layout;
 constexpr size_t MaxLabel = 63;
 
 // The labels of the field codes: version 1 codes start at 3, version 2 codes at 103.

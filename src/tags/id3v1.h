@@ -27,6 +27,13 @@ struct Id3v1Tag {
 
 constexpr size_t Id3v1Size = 128;
 
+// Where the record keeps its fields, and how many bytes each text may fill (no terminator).
+namespace v1layout {
+constexpr size_t TitleAt = 3, ArtistAt = 33, AlbumAt = 63, YearAt = 93, CommentAt = 97;
+constexpr size_t TextWidth = 30, YearWidth = 4, CommentWidth = 29;
+constexpr size_t TrackAt = 126, GenreAt = 127;
+}  // namespace v1layout
+
 // Reads the last 128 bytes of `file` into the track; true when 128 bytes were there.
 bool readV1(ID3Tag& track, FileReader& file);
 bool readV1(ID3Tag& track, Bytes file);

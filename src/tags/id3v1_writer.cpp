@@ -12,10 +12,9 @@ namespace tagwick {
 
 namespace {
 
-// Offsets and buffer sizes (terminator included) of the record's text fields.
-constexpr size_t TitleAt = 3, ArtistAt = 33, AlbumAt = 63, YearAt = 93, CommentAt = 97;
-constexpr size_t TextBuffer = 31, YearBuffer = 5, CommentBuffer = 30;
-constexpr size_t TrackAt = 126, GenreAt = 127;
+using namespace v1layout;
+// The copies are bounded by the fields' buffers, which hold a terminator after the text.
+constexpr size_t TextBuffer = TextWidth + 1, YearBuffer = YearWidth + 1, CommentBuffer = CommentWidth + 1;
 constexpr uint8_t NoTrack = 255;
 
 // A bounded copy of a terminated text: at most `buffer` - 1 bytes, then its terminator.
