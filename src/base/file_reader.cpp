@@ -62,6 +62,7 @@ bool FileReader::open(const char* path) {
     }
     fd_ = std::move(fd);
     size_ = uint64_t(info.st_size);
+    identity_ = {info.st_dev, info.st_ino};
     valid_ = true;
     return true;
 }

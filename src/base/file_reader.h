@@ -40,6 +40,8 @@ public:
     int fd() const { return fd_.get(); }
     // The size at open; smaller once a read found the file shorter (it shrank while read).
     uint64_t size() const { return size_; }
+    // The device and inode the file had at open: which file it is, whatever its name.
+    FileIdentity identity() const { return identity_; }
 
     // Up to n bytes at `offset` (n is capped at MaxView), contiguous. Fewer only at the end of the
     // file or when a read failed (error() tells). Valid until the next call on this reader.
@@ -82,6 +84,7 @@ private:
     uint64_t windowStart_ = 0;
     size_t windowLength_ = 0;
     uint64_t size_ = 0;
+    FileIdentity identity_;
     int error_ = 0;
     bool valid_ = false;
     uint64_t readCalls_ = 0;

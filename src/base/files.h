@@ -14,6 +14,13 @@ namespace tagwick {
 
 constexpr int CopyOk = -1;  // copyFile/moveFile success
 
+// Which file a path or descriptor led to: its device and inode.
+struct FileIdentity {
+    dev_t device = 0;
+    ino_t inode = 0;
+    bool operator==(const FileIdentity&) const = default;
+};
+
 class UniqueFd {
 public:
     UniqueFd() = default;

@@ -7,6 +7,7 @@
 #include "cli/options.h"
 #include "cli/run_log.h"
 #include "cli/track_run.h"
+#include "export/export_file.h"
 
 namespace tagwick {
 
@@ -36,7 +37,9 @@ int runProgram(int argc, char** argv) {
         std::printf("No target track specified (use -h for help)\n");
         return 0;
     }
-    return runTracks(update, update.tracks);
+    const int status = runTracks(update, update.tracks);
+    closeKeptExportFiles();
+    return status;
 }
 
 }  // namespace tagwick

@@ -85,10 +85,7 @@ std::string csvRow(const Id3v2Tag& t, int version) {
 }
 
 // A file that does not exist or is empty gets the header.
-bool isNewFile(const std::string& path) {
-    struct stat info {};
-    return stat(path.c_str(), &info) != 0 || info.st_size == 0;
-}
+bool isNewFile(const std::string& path) { return exportTargetSize(path) <= 0; }
 
 ExportStatus notWritten(const std::string& path, int error) {
     Logger::log(LogError, "Failed to write the tag data to the CSV file '%s' (%d)", path.c_str(), error);
@@ -122,10 +119,10 @@ std::string csvHeader(int version) {
 ExportStatus exportCsv(const std::string& path, const ID3Tag* track, int version) {
     if (track == nullptr) return ExportStatus::NoTrack;
     version = version == 1 ? 1 : 2;
-    if (sameFile(path, track->path)) return targetIsTheTrack(path);
+    if (targetIsTrack(path, *track)) return targetIsTheTrack(path);
     const bool isNew = isNewFile(path);
     ExportFile file;
-    if (!file.openForAppend(path)) return notWritten(path, errno);
+    if (!file.openForAppend(path, true)) return notWritten(path, errno);
 
     std::string text;
     if (isNew) text = std::string(ByteOrderMark) + csvHeader(version);

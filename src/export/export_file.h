@@ -13,13 +13,15 @@
 
 namespace tagwick {
 
+class ID3Tag;
+
 class ExportFile {
 public:
     // Creates or replaces the file's content (like fopen "wb+"); false with errno set when it
-    // cannot.
-    bool create(const std::string& path);
+    // cannot. With `keep`, the file stays open for the next export to the same path (see below).
+    bool create(const std::string& path, bool keep = false);
     // Opens for appending, creating it when missing (like fopen "ab+").
-    bool openForAppend(const std::string& path);
+    bool openForAppend(const std::string& path, bool keep = false);
 
     // Writes all of `bytes`; returns how many were written. After a failure nothing more is
     // written and error() tells why.
@@ -31,16 +33,22 @@ public:
     // The size the file had when it was opened.
     off_t sizeAtOpen() const { return sizeAtOpen_; }
 
+    // A target held open from one track to the next.
+    struct KeptTarget;
+
     // Removes a created file / cuts an appended one back to its size at opening. Works after
     // close() too.
     void discard();
     void cutBack();
 
 private:
-    bool open(const std::string& path, int flags);
+    bool open(const std::string& path, int flags, bool keep);
     void fail(int error);
+    int fd() const;
+    void forgetKept();
 
     UniqueFd fd_;
+    KeptTarget* kept_ = nullptr;  // the target held open across tracks, when this is one
     std::string path_;
     off_t sizeAtOpen_ = 0;
     bool regular_ = false;
@@ -48,6 +56,17 @@ private:
     off_t written_ = 0;
     int error_ = 0;
 };
+
+// An export over many tracks writes one CSV table or XML document for each of them: the target
+// is opened once and kept open from track to track, which costs a write where opening,
+// checking and closing it again would cost more than the export itself. These close them all
+// at the end of the run.
+void closeKeptExportFiles();
+
+// The size of a kept target, or of the file at `path`; -1 when there is none.
+off_t exportTargetSize(const std::string& path);
+// True when the export target and the opened track are one file (the same device and inode).
+bool targetIsTrack(const std::string& target, const ID3Tag& track);
 
 // True when both paths name one existing file (the same device and inode).
 bool sameFile(const std::string& a, const std::string& b);

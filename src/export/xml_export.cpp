@@ -203,9 +203,9 @@ std::optional<std::string> pictureBase64(Bytes picture) {
 ExportStatus exportXml(const std::string& path, ID3Tag* track, int version, bool withPictures) {
     if (track == nullptr) return ExportStatus::NoTrack;
     version = version == 1 ? 1 : 2;
-    if (sameFile(path, track->path)) return targetIsTheTrack(path);
+    if (targetIsTrack(path, *track)) return targetIsTheTrack(path);
     ExportFile file;
-    if (!file.create(path)) return notWritten(path, errno);
+    if (!file.create(path, true)) return notWritten(path, errno);
 
     V1CopyForExport v1Copy(*track);
     std::string document = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
@@ -228,15 +228,20 @@ ExportStatus exportXml(const std::string& path, ID3Tag* track, int version, bool
                 directoryPart(trackPath.c_str()) + "\" />\n";
     document += v1AsXml(*track);
     document += v2AsXml(track->v2, version);
-    file.write(document);
-    if (withPictures) {
+    constexpr std::string_view DocumentEnd = "\t</id3>\n</tag>\n";
+    if (withPictures && !track->v2.pictures.empty()) {
+        file.write(document);
         for (const Picture& picture : track->v2.pictures) {
             std::optional<std::string> element = pictureAsXml(picture);
             if (element && file.write(*element) < element->size())
                 Logger::log(LogError, "Failed to write the picture data to the XML file (%d)", file.error());
         }
+        file.write(DocumentEnd);
+    } else {
+        // Without pictures the document goes out in one write.
+        document += DocumentEnd;
+        file.write(document);
     }
-    file.write("\t</id3>\n</tag>\n");
     if (!file.close()) {
         file.discard();
         return notWritten(path, file.error());

@@ -95,6 +95,7 @@ void ID3Tag::reset() {
     path.clear();
     sizeText.clear();
     fileSize = 0;
+    identity = {};
     trackFormatFlag = 1;
     clearLoadedState();
     ignoreAiffCorruption = true;
@@ -182,6 +183,7 @@ int ID3Tag::open(const char* filePath, const ProgressCallback* progress, bool ch
         report(progress, "Starting...", 0);
         clearLoadedState();
         fileSize = file.size();
+        identity = file.identity();
 
         if (isAiff) {
             AiffForm form = readAiffForm(file.view(0, AiffFormHeaderSize));

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "base/bytes.h"
+#include "base/files.h"
 #include "base/file_reader.h"
 #include "mpeg/mpeg_info.h"
 #include "tags/id3v1.h"
@@ -73,6 +74,7 @@ public:
     // Set once the kind check of the first bytes passed (a tag data file counts as opened then).
     bool kindCheckPassed = false;
     uint64_t fileSize = 0;
+    FileIdentity identity;  // the file that was opened
     // The AIFF sound parameters from the last COMM chunk of the walk.
     AiffCommon aiff;
 
