@@ -140,6 +140,10 @@ TEST(XmlExport, VersionOneOnlyTrackGoesThroughACopyAndNoTagsGiveTheHead) {
     EXPECT_NE(bare.err.find("No tag information was found to export to the CSV file '" + dir.file("bare.mp3") + "'\n"),
               std::string::npos) << bare.err;
     EXPECT_EQ(readText(dir.file("bare.xml")), XmlHead);
+
+    // One run over two tracks: the last track's document is what stays, cut to its length.
+    ASSERT_EQ(runIn(dir, {"-xml", "two.xml", dir.file("only.mp3"), dir.file("bare.mp3")}).status, 0);
+    EXPECT_EQ(readText(dir.file("two.xml")), XmlHead);
 }
 
 const std::string CsvHeader =
