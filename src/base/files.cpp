@@ -177,6 +177,17 @@ int writeFd(int fd, const void* buffer, size_t length, size_t* written) {
     return 1;
 }
 
+size_t readAt(int fd, uint64_t offset, std::span<uint8_t> out) {
+    size_t done = 0;
+    while (done < out.size()) {
+        const ssize_t n = ::pread(fd, out.data() + done, out.size() - done, off_t(offset + done));
+        if (n < 0 && errno == EINTR) continue;
+        if (n <= 0) break;
+        done += size_t(n);
+    }
+    return done;
+}
+
 int truncateAtPosition(int fd) {
     if (fd == -1) return -1;
     off_t position = lseek(fd, 0, SEEK_CUR);
@@ -326,6 +337,12 @@ int makeDirectories(const char* path, mode_t mode) {
     }
     if (mkdir(whole.c_str(), mode) != 0 && errno == ENOENT) return -1;
     return 0;
+}
+
+bool sameFile(const std::string& a, const std::string& b) {
+    struct stat first {}, second {};
+    return ::stat(a.c_str(), &first) == 0 && ::stat(b.c_str(), &second) == 0 && first.st_dev == second.st_dev &&
+           first.st_ino == second.st_ino;
 }
 
 std::string directoryPart(const char* path) {

@@ -91,6 +91,8 @@ Mapping mapFile(const char* path);
 long seekFd(int fd, int32_t offset, bool fromCurrent);  // low 32 bits of the new position
 int writeFd(int fd, const void* buffer, size_t length, size_t* written);  // 1 ok, 0 fail, -1 no fd
 int truncateAtPosition(int fd);  // 0 on success
+// pread until `out` is full or the file ends; the count read (short when the file is shorter).
+size_t readAt(int fd, uint64_t offset, std::span<uint8_t> out);
 long long fdSize(int fd);
 
 // "/tmp/<prefix>.XXXXXX" through mkstemp; -1 when bufferLength < 1024.
@@ -115,6 +117,9 @@ struct FileAttributes {
 int getFileAttributes(const char* path, FileAttributes* attributes);  // always 0
 int setFileAttributes(const char* path, const FileAttributes& attributes, bool restoreTimes);  // 0
 int makeDirectories(const char* path, mode_t mode);  // -1 only when a mkdir fails with ENOENT
+
+// True when both paths name one existing file (the same device and inode).
+bool sameFile(const std::string& a, const std::string& b);
 
 // Path parts: "/" and "\\" both separate; a leading drive prefix ("C:") is skipped.
 std::string directoryPart(const char* path);

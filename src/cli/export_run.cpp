@@ -13,13 +13,6 @@ namespace tagwick {
 
 namespace {
 
-bool openTrack(ID3Tag& track, const TagUpdate& update, const std::string& path) {
-    track.ignoreAiffCorruption = update.ignoreAiffCorruption;
-    int result = track.open(path.c_str());
-    // A tag data file has no stream summary, so its open returns 0 even when it was read.
-    return result != 0 || (track.isTagDataFile && track.kindCheckPassed);
-}
-
 TrackStatus statusOf(ExportStatus status) { return static_cast<TrackStatus>(static_cast<int>(status)); }
 
 }  // namespace
@@ -28,7 +21,7 @@ TrackStatus runCsvExport(const TagUpdate& update, const std::string& path) {
     const std::string& target = *update.csvFile;
     if (update.verboseOn()) std::printf("Exporting CSV tag data to: %s\n\n", target.c_str());
     ID3Tag track;
-    if (!openTrack(track, update, path)) return TrackStatus::NotOpened;
+    if (!openTrackForRun(track, update, path)) return TrackStatus::NotOpened;
     return statusOf(exportCsv(target, &track, update.csvVersion));
 }
 
@@ -36,7 +29,7 @@ TrackStatus runXmlExport(const TagUpdate& update, const std::string& path) {
     const std::string& target = *update.xmlFile;
     if (update.verboseOn()) std::printf("Exporting XML tag data to: %s\n\n", target.c_str());
     ID3Tag track;
-    if (!openTrack(track, update, path)) return TrackStatus::NotOpened;
+    if (!openTrackForRun(track, update, path)) return TrackStatus::NotOpened;
     return statusOf(exportXml(target, &track, update.xmlVersion, !update.xmlNoImages));
 }
 
@@ -45,13 +38,13 @@ TrackStatus runImageExport(const TagUpdate& update, const std::string& path) {
     if (update.verboseOn())
         std::printf("Exporting tag image%s to: %s\n\n", update.imageExportAll ? "s" : "", target.c_str());
     ID3Tag track;
-    if (!openTrack(track, update, path)) return TrackStatus::NotOpened;
+    if (!openTrackForRun(track, update, path)) return TrackStatus::NotOpened;
     return statusOf(exportPictures(&track, target, update.imageExportAll));
 }
 
 TrackStatus runRename(const TagUpdate& update, const std::string& path) {
     ID3Tag track;
-    if (!openTrack(track, update, path)) return TrackStatus::RenameFailed;
+    if (!openTrackForRun(track, update, path)) return TrackStatus::RenameFailed;
     const std::string format = update.renameFormat.value_or("");
     const bool utf8Names = update.rename == 2;
     // No option asks for the date in front of the name.

@@ -84,6 +84,13 @@ TrackWork chooseWork(const TagUpdate& update) {
     return TrackWork::Default;
 }
 
+bool openTrackForRun(ID3Tag& track, const TagUpdate& update, const std::string& path) {
+    track.ignoreAiffCorruption = update.ignoreAiffCorruption;
+    track.tagTypeMode = update.tagType;
+    const int result = track.open(path.c_str());
+    return result != 0 || (track.isTagDataFile && track.kindCheckPassed);
+}
+
 int channelCode(unsigned channelMode) {
     switch (channelMode) {
         case ChannelMono: return 1;

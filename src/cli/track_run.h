@@ -6,6 +6,7 @@
 
 namespace tagwick {
 
+class ID3Tag;
 struct TagUpdate;
 
 // A track's outcome; the numbers are the program's exit statuses.
@@ -33,6 +34,10 @@ enum class TrackWork { Display, Check, Fix, ExportTagData, ExportCsv, ExportXml,
 // processed. With -e the first failing track ends the run; -mlen/-mbtr/-mfrq/-mchn end it after
 // the first track that prints them.
 int runTracks(const TagUpdate& update, const std::vector<std::string>& tracks);
+
+// Opens a track with the run's settings (-iac, -tagtype). True when it opened; a tag data file,
+// which has no stream summary, counts as opened once its first bytes were accepted.
+[[nodiscard]] bool openTrackForRun(ID3Tag& track, const TagUpdate& update, const std::string& path);
 
 // -mchn's code for an MpegInfo channel mode: 1 mono, 2 stereo, 3 multi channel, 4 unknown.
 [[nodiscard]] int channelCode(unsigned channelMode);

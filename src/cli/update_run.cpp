@@ -26,20 +26,6 @@ namespace tagwick {
 
 namespace {
 
-bool sameFile(const std::string& a, const std::string& b) {
-    struct stat first {}, second {};
-    return ::stat(a.c_str(), &first) == 0 && ::stat(b.c_str(), &second) == 0 && first.st_dev == second.st_dev &&
-           first.st_ino == second.st_ino;
-}
-
-bool openTrack(ID3Tag& track, const TagUpdate& update, const std::string& path) {
-    track.ignoreAiffCorruption = update.ignoreAiffCorruption;
-    track.tagTypeMode = update.tagType;
-    const int result = track.open(path.c_str());
-    // A tag data file has no stream summary, so its open returns 0 even when it was read.
-    return result != 0 || (track.isTagDataFile && track.kindCheckPassed);
-}
-
 // -mlen, -mbtr, -mfrq and -mchn, in that order, each when given.
 void printMpegValues(const TagUpdate& update, const ID3Tag& track) {
     const MpegInfo& info = track.mpeg;
@@ -103,7 +89,7 @@ ChangeMarks importTags(ID3Tag& track, const TagUpdate& update) {
     if (update.verboseOn()) std::printf("Importing tag data from: %s\n", update.importFile->c_str());
     ID3Tag source;
     source.tagTypeMode = update.tagType;
-    if (!openTrack(source, update, *update.importFile)) return marks;
+    if (!openTrackForRun(source, update, *update.importFile)) return marks;
     if (source.isTagDataFile) loadTrailingV1(source);
     if (source.v2Present) {
         mergeV2Fields(track.v2, source.v2);
@@ -171,7 +157,7 @@ UpdateOutcome runUpdate(const TagUpdate& update, const std::string& path) {
     if (!prepareOutputFile(update, path, target)) return {};
 
     ID3Tag track;
-    if (!openTrack(track, update, target)) return {TrackStatus::NotOpened};
+    if (!openTrackForRun(track, update, target)) return {TrackStatus::NotOpened};
 
     // The first sub-branch asked for runs: removal, copy, import, MPEG values, field changes.
     if (update.removeV1 || update.removeV2) return {removeTags(track, update)};
@@ -210,7 +196,7 @@ TrackStatus runTagDataExport(const TagUpdate& update, const std::string& path) {
         return TrackStatus::ExportNotWritable;
     }
     ID3Tag track;
-    if (!openTrack(track, update, path)) {
+    if (!openTrackForRun(track, update, path)) {
         out.close();
         ::unlink(target->c_str());
         return TrackStatus::NotOpened;

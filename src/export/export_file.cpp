@@ -181,12 +181,6 @@ bool targetIsTrack(const std::string& target, const ID3Tag& track) {
     return ::stat(target.c_str(), &info) == 0 && FileIdentity{info.st_dev, info.st_ino} == track.identity;
 }
 
-bool sameFile(const std::string& a, const std::string& b) {
-    struct stat first {}, second {};
-    return stat(a.c_str(), &first) == 0 && stat(b.c_str(), &second) == 0 && first.st_dev == second.st_dev &&
-           first.st_ino == second.st_ino;
-}
-
 ExportStatus targetIsTheTrack(const std::string& path) {
     Logger::log(LogError, "The export file '%s' is the track itself", path.c_str());
     return ExportStatus::NotCreatable;

@@ -68,8 +68,6 @@ off_t exportTargetSize(const std::string& path);
 // True when the export target and the opened track are one file (the same device and inode).
 bool targetIsTrack(const std::string& target, const ID3Tag& track);
 
-// True when both paths name one existing file (the same device and inode).
-bool sameFile(const std::string& a, const std::string& b);
 // An export never writes into the track it exports: the message, and NotCreatable.
 ExportStatus targetIsTheTrack(const std::string& path);
 

@@ -21,18 +21,10 @@ constexpr uint64_t ApeFooterSize = 32;
 constexpr uint64_t TrailerWithV1 = Id3v1Size + ApeFooterSize;
 constexpr std::string_view ApePreamble = "APETAGEX";
 
-// `n` bytes at `offset`; false when the file does not hold them all.
+// `N` bytes at `offset`; false when the file does not hold them all.
 template <size_t N>
 bool readExactAt(int fd, int64_t offset, std::array<uint8_t, N>& out) {
-    if (offset < 0) return false;
-    size_t done = 0;
-    while (done < N) {
-        ssize_t n = ::pread(fd, out.data() + done, N - done, off_t(offset + int64_t(done)));
-        if (n < 0 && errno == EINTR) continue;
-        if (n <= 0) return false;
-        done += size_t(n);
-    }
-    return true;
+    return offset >= 0 && readAt(fd, uint64_t(offset), out) == N;
 }
 
 // Where the tag's header starts, or -1 when there is no complete APE tag.

@@ -22,20 +22,14 @@ namespace {
 std::string pathFor(const ID3Tag& track, const std::string& path) { return path.empty() ? track.path : path; }
 
 // The last 128 bytes of the file; nullopt when it is shorter or the read fails.
-std::optional<std::array<uint8_t, Id3v1Size>> lastRecord(int fd, int64_t length) {
-    std::array<uint8_t, Id3v1Size> record{};
-    if (length < int64_t(Id3v1Size)) return std::nullopt;
-    size_t done = 0;
-    while (done < record.size()) {
-        ssize_t n = ::pread(fd, record.data() + done, record.size() - done, off_t(length - int64_t(Id3v1Size) + int64_t(done)));
-        if (n < 0 && errno == EINTR) continue;
-        if (n <= 0) return std::nullopt;
-        done += size_t(n);
-    }
+std::optional<V1Record> lastRecord(int fd, int64_t length) {
+    V1Record record{};
+    if (length < int64_t(Id3v1Size) || readAt(fd, uint64_t(length) - Id3v1Size, record) != Id3v1Size)
+        return std::nullopt;
     return record;
 }
 
-bool holdsV1(const std::optional<std::array<uint8_t, Id3v1Size>>& record) {
+bool holdsV1(const std::optional<V1Record>& record) {
     return record && startsWith(*record, 0, "TAG");
 }
 

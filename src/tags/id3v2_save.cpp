@@ -26,13 +26,6 @@ namespace {
 constexpr size_t TagHeaderSize = 10;
 constexpr int HighestMode = 2;
 
-bool namesSameFile(const std::string& a, const std::string& b) {
-    if (a == b) return true;
-    struct stat first {}, second {};
-    return ::stat(a.c_str(), &first) == 0 && ::stat(b.c_str(), &second) == 0 && first.st_dev == second.st_dev &&
-           first.st_ino == second.st_ino;
-}
-
 mode_t permissionsOf(int fd) {
     struct stat info {};
     return ::fstat(fd, &info) == 0 ? info.st_mode & 07777 : 0644;
@@ -115,7 +108,7 @@ int updateV2(ID3Tag& track, bool trash, int version, bool keepDates, bool conver
     if (version == 0) version = chooseV2Version(track);
     if (mode > HighestMode) mode = 0;
     std::string outPath = givenOutPath;
-    if (!outPath.empty() && namesSameFile(outPath, track.path)) outPath.clear();
+    if (!outPath.empty() && (outPath == track.path || sameFile(outPath, track.path))) outPath.clear();
     if (track.path.empty()) return NothingToDo;
     Logger::log(LogProgress, "Updating V2 to track: %s", (outPath.empty() ? track.path : outPath).c_str());
     const FileDates dates = saveFileDates(track.path.c_str());
