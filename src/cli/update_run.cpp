@@ -88,7 +88,6 @@ ChangeMarks importTags(ID3Tag& track, const TagUpdate& update) {
     ChangeMarks marks;
     if (update.verboseOn()) std::printf("Importing tag data from: %s\n", update.importFile->c_str());
     ID3Tag source;
-    source.tagTypeMode = update.tagType;
     if (!openTrackForRun(source, update, *update.importFile)) return marks;
     if (source.isTagDataFile) loadTrailingV1(source);
     if (source.v2Present) {

@@ -2,6 +2,7 @@
 // then the audio data copied behind it into a temporary file beside the track, which takes the
 // track's place in one rename once every byte has been written; then the file is read back.
 #include <cerrno>
+#include <cstdio>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -52,25 +53,13 @@ bool refusesChanges(const std::string& path) {
     return true;
 }
 
-// The new file for a save: a temporary file beside the track, or the -out file.
-struct SaveOutput {
-    SiblingTempFile temporary;
-    UniqueFd outFile;
-    std::string name;
-
-    int fd() const { return temporary.valid() ? temporary.fd() : outFile.get(); }
-    bool close() { return temporary.valid() ? temporary.close() : outFile.close(); }
-};
-
-bool openOutput(SaveOutput& output, const std::string& trackPath, const std::string& outPath, mode_t mode) {
-    if (outPath.empty()) {
-        output.temporary = SiblingTempFile::create(trackPath, mode);
-        output.name = output.temporary.name();
-        return output.temporary.valid();
-    }
-    output.name = outPath;
-    output.outFile = UniqueFd(::open(outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
-    return output.outFile.valid();
+// A named output file gets the new file in one rename as well, so a failed save never leaves
+// half of it there.
+bool moveIntoPlace(const std::string& temporary, const std::string& outPath) {
+    if (std::rename(temporary.c_str(), outPath.c_str()) == 0) return true;
+    Logger::log(LogError, "Failed to replace the temporary file from '%s' to '%s' (%d)", temporary.c_str(),
+                outPath.c_str(), errno);
+    return false;
 }
 
 // The new tag, then everything after the old one.
@@ -120,10 +109,12 @@ int updateV2(ID3Tag& track, bool trash, int version, bool keepDates, bool conver
         Logger::log(LogError, "%s", NotAltered);
         return SourceNotOpenable;
     }
-    SaveOutput output;
-    if (!openOutput(output, track.path, outPath, permissionsOf(source.fd()))) {
-        Logger::log(LogError, "Failed to open the output file '%s' (error: %s)", output.name.c_str(),
-                    errorText(errno).c_str());
+    // The new file is made beside the track, or beside the output file when one is named.
+    SiblingTempFile output = SiblingTempFile::create(outPath.empty() ? track.path : outPath,
+                                                     permissionsOf(source.fd()));
+    if (!output.valid()) {
+        Logger::log(LogError, "Failed to open the output file '%s' (error: %s)",
+                    (outPath.empty() ? output.name() : outPath).c_str(), errorText(errno).c_str());
         Logger::log(LogError, "%s", NotAltered);
         return OutputNotOpenable;
     }
@@ -132,25 +123,23 @@ int updateV2(ID3Tag& track, bool trash, int version, bool keepDates, bool conver
     {
         FileWriter out(output.fd());
         if (track.isAiff) status = writeAiffWithTag(track, source, out, version, convert, mode);
-        else status = writeTaggedCopy(track, source, out, output.name, version, convert, mode);
+        else status = writeTaggedCopy(track, source, out, output.name(), version, convert, mode);
         if (status == TagSaved && !out.flush()) status = AudioNotCopied;
     }
     if (!output.close() && status == TagSaved) status = AudioNotCopied;
     if (status != TagSaved) {
-        if (!outPath.empty()) ::unlink(outPath.c_str());
         logNotAltered("An error occurred saving the version 2 tag data.");
         return status;
     }
 
-    if (outPath.empty()) {
-        if (!replaceWithTemporary(output.name.c_str(), track.path.c_str(), trash)) {
-            Logger::log(LogError, "%s", NotAltered);
-            return ReplacementFailed;
-        }
-        output.temporary.keep();
-    } else {
-        track.path = outPath;
+    const bool placed = outPath.empty() ? replaceWithTemporary(output.name().c_str(), track.path.c_str(), trash)
+                                        : moveIntoPlace(output.name(), outPath);
+    if (!placed) {
+        Logger::log(LogError, "%s", NotAltered);
+        return ReplacementFailed;
     }
+    output.keep();
+    if (!outPath.empty()) track.path = outPath;
     track.writable = false;
     // The dates go back after the read-back, which would otherwise leave its access time.
     const int verified = verifyV2(track, version);
