@@ -76,31 +76,11 @@ ByteVec apicPayload(std::string_view mime, uint8_t pictureType, std::string_view
     return out;
 }
 
-ByteVec picPayload(std::string_view format3, uint8_t pictureType, std::string_view description,
-                   std::span<const uint8_t> data) {
-    ByteVec out{0};
-    appendFixed(out, format3, 3);
-    out.push_back(pictureType);
-    append(out, description);
-    out.push_back(0);
-    append(out, data);
-    return out;
-}
-
 ByteVec ufidPayload(std::string_view owner, std::span<const uint8_t> identifier) {
     ByteVec out;
     append(out, owner);
     out.push_back(0);
     append(out, identifier);
-    return out;
-}
-
-ByteVec popmPayload(std::string_view email, uint8_t rating, std::span<const uint8_t> counter) {
-    ByteVec out;
-    append(out, email);
-    out.push_back(0);
-    out.push_back(rating);
-    append(out, counter);
     return out;
 }
 
@@ -134,21 +114,9 @@ ByteVec buildV2Tag(const V2TagLayout& layout) {
     ByteVec body = layout.extendedHeader;
     for (const V2Frame& frame : layout.frames) append(body, buildV2Frame(layout.major, frame));
     body.insert(body.end(), layout.padding, 0);
-    if (layout.unsynchroniseBody) body = unsynchronise(body);
-
-    uint32_t size = layout.sizeOverride.value_or(uint32_t(body.size()));
-    auto header = [&](std::string_view magic) {
-        ByteVec out;
-        append(out, magic);
-        out.push_back(uint8_t(layout.major));
-        out.push_back(uint8_t(layout.revision));
-        out.push_back(layout.flags);
-        append(out, syncsafeBytes(size));
-        return out;
-    };
-    ByteVec out = header("ID3");
+    ByteVec out{'I', 'D', '3', uint8_t(layout.major), 0, layout.flags};
+    append(out, syncsafeBytes(uint32_t(body.size())));
     append(out, body);
-    if (layout.footer) append(out, header("3DI"));
     return out;
 }
 

@@ -73,8 +73,6 @@ public:
             if (line.level == level && line.message == message) return true;
         return false;
     }
-    // Any line containing `fragment`.
-    bool contains(std::string_view fragment) const { return text().find(fragment) != std::string::npos; }
 
 private:
     static int levelOf(char letter) {

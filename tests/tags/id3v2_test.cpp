@@ -212,7 +212,7 @@ TEST(Id3v2Fields, ValueRules) {
               {{"comment", "Next"}}},
              {2, {text("TDR", "2001")}, {{"release", "<absent>"}}},
              {2, {text("TDR", "2001")}, {{"release", "2001"}}, 1},
-             {2, {frame("PIC", picPayload("JPG", 3, "c", ByteVec{9}))}, {{"picture", "image/jpeg|jpeg"}}},
+             {2, {frame("PIC", {0, 'J', 'P', 'G', 3, 'c', 0, 9})}, {{"picture", "image/jpeg|jpeg"}}},
              {3, {frame("APIC", apicPayload("image/jpg", 3, "", ByteVec{1}))}, {{"picture", "image/jpg|jpeg"}}},
              {3, {frame("APIC", apicPayload("image/x-portable", 3, "", ByteVec{1}))},
               {{"picture", "image/x-portable|x-por"}}},
