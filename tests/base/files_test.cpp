@@ -1,4 +1,5 @@
 #include "base/files.h"
+#include "base/safe_replace.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -7,6 +8,7 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <string>
 
 #include "support/cli_runner.h"
@@ -89,6 +91,19 @@ TEST(MakeDirectories, FailsOnlyWhenAParentIsMissing) {
     EXPECT_EQ(makeDirectories(dir.file("link/x").c_str(), 0755), -1);
     writeText(dir.file("plain"), "");  // ENOTDIR is not reported
     EXPECT_EQ(makeDirectories(dir.file("plain/x").c_str(), 0755), 0);
+}
+
+TEST(SafeReplace, ReplacementNeedsTheTargetStillThere) {
+    TempDir dir;
+    const std::string temporary = dir.file("song.mp3.t0"), target = dir.file("song.mp3");
+    writeText(temporary, "new");
+    support::LogCapture log;
+    EXPECT_FALSE(replaceWithTemporary(temporary.c_str(), target.c_str(), false));
+    EXPECT_TRUE(log.has(1, "Failed to remove the original file '" + target + "' (2)")) << log.text();
+    writeText(target, "old");
+    EXPECT_TRUE(replaceWithTemporary(temporary.c_str(), target.c_str(), false));
+    EXPECT_EQ(support::readText(target), "new");
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.path()), {}), 1);
 }
 
 }  // namespace

@@ -92,6 +92,8 @@ ByteVec userUrlPayload(uint8_t encoding, std::span<const uint8_t> description, s
     return out;
 }
 
+namespace {
+
 ByteVec buildV2Frame(int major, const V2Frame& frame) {
     ByteVec out;
     append(out, frame.id);
@@ -109,6 +111,8 @@ ByteVec buildV2Frame(int major, const V2Frame& frame) {
     append(out, frame.payload);
     return out;
 }
+
+}  // namespace
 
 ByteVec buildV2Tag(const V2TagLayout& layout) {
     ByteVec body = layout.extendedHeader;

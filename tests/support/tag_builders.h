@@ -52,10 +52,6 @@ struct V2Frame {
     bool plainSize = false;               // 2.4: write the size as a plain 32-bit number
 };
 
-// One frame for the given major version (2: 6-byte header with a 3-byte size; 3: 10-byte header
-// with a plain size; 4 and above: syncsafe size unless plainSize). The size field counts the
-// payload as given (the caller adds data length indicators and unsynchronises when it wants to).
-ByteVec buildV2Frame(int major, const V2Frame& frame);
 
 struct V2TagLayout {
     int major = 3;
@@ -66,7 +62,9 @@ struct V2TagLayout {
 };
 
 // Header "ID3", major, revision 0, flags, syncsafe size of everything after the header, then the
-// extended header, frames and padding.
+// extended header, frames and padding. A frame has a 6-byte header with a 3-byte size in 2.2, a
+// 10-byte header with a plain size in 2.3, a syncsafe size (unless plainSize) from 2.4 on. Its
+// size counts the payload as given (the caller adds data length indicators and unsynchronises).
 ByteVec buildV2Tag(const V2TagLayout& layout);
 
 // A frame with its payload (flags 0, true size).

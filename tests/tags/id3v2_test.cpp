@@ -33,12 +33,7 @@ Parsed parse(const ByteVec& bytes, int mode = 0) {
 }
 
 ByteVec tag(int major, std::vector<V2Frame> frames, size_t padding = 0, uint8_t flags = 0) {
-    V2TagLayout layout;
-    layout.major = major;
-    layout.flags = flags;
-    layout.frames = std::move(frames);
-    layout.padding = padding;
-    return buildV2Tag(layout);
+    return buildV2Tag({major, flags, std::move(frames), {}, padding});
 }
 
 V2Frame frame(std::string id, ByteVec payload, uint16_t flags = 0) { return {std::move(id), std::move(payload), flags, {}, false}; }
@@ -95,15 +90,12 @@ TEST(Id3v2Reader, VersionFiveIsReadAsFourAndUnsynchronisationStopsUpToThree) {
 }
 
 TEST(Id3v2Reader, ExtendedHeaderIsSkippedBySizePlusFourteen) {
-    V2TagLayout layout;
-    layout.flags = 0x40;
-    layout.extendedHeader = {0, 0, 0, 6, 0, 0, 0, 0, 0, 0};
-    layout.frames = {text("TIT2", "After")};
-    EXPECT_EQ(utf8Of(parse(buildV2Tag(layout)).tag.title), "After");
+    EXPECT_EQ(utf8Of(parse(buildV2Tag({3, 0x40, {text("TIT2", "After")}, {0, 0, 0, 6, 0, 0, 0, 0, 0, 0}})).tag.title),
+              "After");
     // In 2.4 the size counts its own field, so the skip lands four bytes late.
-    layout.major = 4;
-    layout.extendedHeader = {0, 0, 0, 6, 1, 0, 'x', 'x', 'x', 'x'};
-    EXPECT_EQ(utf8Of(parse(buildV2Tag(layout)).tag.title), "After");
+    EXPECT_EQ(utf8Of(parse(buildV2Tag({4, 0x40, {text("TIT2", "After")}, {0, 0, 0, 6, 1, 0, 'x', 'x', 'x', 'x'}}))
+                         .tag.title),
+              "After");
 }
 
 ByteVec withTrailing(ByteVec bytes, std::string_view extra) {

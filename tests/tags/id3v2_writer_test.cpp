@@ -1,13 +1,17 @@
 // The version 2 writer, checked byte for byte against tags laid out by the test builders, and
 // every row of the field table written alone, read back, compared and written again; the
 // verification's comparison (code and label of the first difference, the differences that are
-// none) and -import's merge of field sets.
+// none), -import's merge of field sets, what python3-mutagen reads of the written tags, and saves
+// that meet a track which is gone.
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <filesystem>
 #include <functional>
 #include <string>
 #include <vector>
 
+#include "support/cli_runner.h"
 #include "support/log_capture.h"
 #include "support/mpeg_builders.h"
 #include "support/tag_builders.h"
@@ -17,6 +21,7 @@
 #include "tags/id3v2_merge.h"
 #include "tags/id3v2_reader.h"
 #include "tags/id3v2_writer.h"
+#include "tags/track_save.h"
 
 namespace tagwick {
 namespace {
@@ -33,16 +38,6 @@ V2Frame text(std::string id, std::string_view value) { return frame(std::move(id
 // Little-endian text with its mark and the two-byte terminator.
 ByteVec wideText(std::u16string_view value) { return concat({utf16Bytes(value), ByteVec{0, 0}}); }
 V2Frame wideFrame(std::string id, std::u16string_view value) { return frame(std::move(id), textPayload(1, wideText(value))); }
-
-// The tag as the builders lay it out, padded with the fewest zero bytes (at least ten) that make
-// the whole a multiple of 128.
-ByteVec expectedTag(int major, const std::vector<V2Frame>& frames) {
-    V2TagLayout layout{major, 0, frames, {}, 10};
-    size_t framesSize = 0;
-    for (const V2Frame& f : frames) framesSize += buildV2Frame(major, f).size();
-    while ((10 + framesSize + layout.padding) % 128 != 0) ++layout.padding;
-    return support::buildV2Tag(layout);
-}
 
 std::vector<uint8_t> written(const std::function<void(Id3v2Tag&)>& set, V2WriteSettings settings) {
     Id3v2Tag fields;
@@ -92,13 +87,13 @@ TEST(V2Writer, EveryFieldInTheWritersOrder) {
         frame("TXXX", textPayload(1, concat({wideText(u"d"), utf16Bytes(u"v")}))), frame("USLT", comment),
         frame("APIC", apicPayload("image/gif", 0, "", bytesOf("GIF89a"))), frame("RVA2", ByteVec(200, 7)),
         frame(std::string("XY\0\0", 4), {1})};
-    EXPECT_EQ(written(all, V2WriteSettings{4, false, 2, true}), expectedTag(4, frames));
+    EXPECT_EQ(written(all, V2WriteSettings{4, false, 2, true}), programTag(4, frames));
     // 2.3 leaves out the 2.4 frames; mode 0 the user texts and kept frames.
     std::erase_if(frames, [](const V2Frame& f) {
         return f.id == "TDRL" || f.id == "TDRC" || f.id == "TPRO" || f.id == "TMOO" || f.id == "TXXX" ||
                f.id == "RVA2" || f.id[0] == 'X';
     });
-    EXPECT_EQ(written(all, V2WriteSettings{3, false, 0, true}), expectedTag(3, frames));
+    EXPECT_EQ(written(all, V2WriteSettings{3, false, 0, true}), programTag(3, frames));
 }
 
 struct Layout {
@@ -138,7 +133,7 @@ TEST(V2Writer, LayoutRules) {
     };
     for (const auto& [name, c] : cases)
         EXPECT_EQ(written(c.set, V2WriteSettings{c.version, c.convert, 0, c.allowTotalOnly}),
-                  expectedTag(c.version, c.frames)) << name;
+                  programTag(c.version, c.frames)) << name;
 }
 
 TEST(V2Writer, PaddingAndVersionChoice) {
@@ -235,6 +230,65 @@ TEST(MergeV2Fields, HeldFieldsAndNonEmptyListsReplaceTheTracks) {
     mergeV2Fields(target, source);
     V2WriteSettings everything{4, false, 2, true};
     EXPECT_EQ(tagwick::buildV2Tag(target, everything), tagwick::buildV2Tag(expected, everything));
+}
+
+// Another reader of the tags the writer builds, in a track of a built tag and a few MPEG frames.
+TEST(V2WriterInterop, MutagenReadsWhatWasWritten) {
+    if (std::system("/usr/bin/python3 -c 'import mutagen' 2>/dev/null") != 0) GTEST_SKIP() << "no python3-mutagen";
+    TempDir dir;
+    Id3v2Tag fields;
+    fields.title = TextValue::fromUtf8("H\u00e9llo \u263a");
+    fields.artist = latin("Artist");
+    fields.album = TextValue::fromUtf8("Alb\u00fcm");
+    fields.trackNumber = 3, fields.trackTotal = 12, fields.setNumber = 1, fields.setTotal = 2;
+    fields.genre = latin("rock");
+    fields.year = "2006";
+    fields.comment = TextValue::fromUtf8("\u00c7omment \u263a");
+    fields.lyrics = latin("La la");
+    fields.pictures = {{"image/png", "png", 3, "", pngImage(1, 1)}};
+    // Prints the version and mutagen's own listing of the frames.
+    const std::string read = "/usr/bin/python3 -c \"import sys, mutagen.mp3; f = mutagen.mp3.MP3(sys.argv[1]); "
+                             "print('version 2.%d' % f.tags.version[1]); print(f.tags.pprint())\" " +
+                             dir.file("t.mp3") + " > " + dir.file("out") + " 2>&1";
+    for (int version : {3, 4}) {
+        writeFile(dir.file("t.mp3"),
+                  concat({tagwick::buildV2Tag(fields, V2WriteSettings{version, false, 0, true}), buildStream({}, 10)}));
+        EXPECT_EQ(std::system(read.c_str()), 0) << readText(dir.file("out"));
+        // mutagen shows the year as a recording time. In 2.4, where a text frame may hold several
+        // values, the two zero bytes that end a UTF-16 comment read as a second, empty value.
+        std::string comment = version == 3 ? "\u00c7omment \u263a" : "\u00c7omment \u263a / ";
+        EXPECT_EQ(readText(dir.file("out")), "version 2." + std::to_string(version) + "\n" +
+                                                 "APIC=other,  (image/png, " +
+                                                 std::to_string(fields.pictures[0].data.size()) + " bytes)\n"
+                                                 "COMM==eng=" + comment + "\n"
+                                                 "TALB=Alb\u00fcm\n"
+                                                 "TCON=Rock\n"
+                                                 "TDRC=2006\n"
+                                                 "TIT2=H\u00e9llo \u263a\n"
+                                                 "TPE1=Artist\n"
+                                                 "TPOS=1/2\n"
+                                                 "TRCK=3/12\n"
+                                                 "USLT==eng=La la\n");
+    }
+}
+
+// The track was opened, then deleted before its save: both saves give up with the write
+// check's message and the note, and leave the folder empty.
+TEST(TrackSave, TrackThatVanishedBeforeTheSaveIsNotBroughtBack) {
+    TempDir dir;
+    const std::string path = dir.file("song.mp3");
+    writeFile(path, concat({programTag(3, {latin1Frame("TIT2", "Old")}), buildStream({}, 20)}));
+    ID3Tag track;
+    ASSERT_NE(track.open(path.c_str()), 0);
+    track.v2.title = TextValue::latin1("New");
+    std::filesystem::remove(path);
+
+    LogCapture log;
+    EXPECT_EQ(updateV2(track, false, 0, false, false, 0), SourceNotOpenable);
+    EXPECT_EQ(removeV2(track, false, false), SourceNotOpenable);
+    EXPECT_TRUE(log.has(1, "Open file write check error: No such file or directory (2)")) << log.text();
+    EXPECT_TRUE(log.has(1, "NOTE: the original file has not been altered.")) << log.text();
+    EXPECT_TRUE(std::filesystem::is_empty(dir.path()));
 }
 
 }  // namespace
