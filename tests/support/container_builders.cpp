@@ -2,6 +2,7 @@
 #include <cmath>
 #include <cstring>
 
+#include "support/mpeg_builders.h"
 #include "support/tag_builders.h"
 
 namespace tagwick::support {
@@ -25,12 +26,6 @@ void le16(ByteVec& out, uint32_t v) {
 void le32(ByteVec& out, uint32_t v) {
     le16(out, v);
     le16(out, v >> 16);
-}
-void putBe32At(ByteVec& out, size_t at, uint32_t v) {
-    out[at] = uint8_t(v >> 24);
-    out[at + 1] = uint8_t(v >> 16);
-    out[at + 2] = uint8_t(v >> 8);
-    out[at + 3] = uint8_t(v);
 }
 
 // `text` cut to `width` bytes into the record at `at` (the rest stays zero).
@@ -118,7 +113,7 @@ ByteVec buildAiff(const AiffLayout& layout) {
         out.insert(out.end(), chunk.body.begin(), chunk.body.end());
         if (chunk.padOdd && chunk.body.size() % 2 == 1) out.push_back(0);
     }
-    putBe32At(out, 4, layout.formSizeOverride.value_or(uint32_t(out.size() - 8)));
+    putBe32(out, 4, layout.formSizeOverride.value_or(uint32_t(out.size() - 8)));
     out.insert(out.end(), layout.trailing.begin(), layout.trailing.end());
     return out;
 }

@@ -1,5 +1,5 @@
 // Byte-exact ID3v2 payloads, frames and tags for the tests (the version 2 half of tag_builders.h).
-#include <algorithm>
+#include <string>
 
 #include "support/tag_builders.h"
 
@@ -10,13 +10,6 @@ namespace {
 void append(ByteVec& out, std::span<const uint8_t> bytes) { out.insert(out.end(), bytes.begin(), bytes.end()); }
 
 void append(ByteVec& out, std::string_view text) { out.insert(out.end(), text.begin(), text.end()); }
-
-// Exactly `width` bytes of `text`: cut, or filled with zero bytes.
-void appendFixed(ByteVec& out, std::string_view text, size_t width) {
-    std::string_view head = text.substr(0, std::min(width, text.size()));
-    append(out, head);
-    out.insert(out.end(), width - head.size(), 0);
-}
 
 size_t terminatorLength(uint8_t encoding) { return encoding == 1 || encoding == 2 ? 2 : 1; }
 
@@ -57,7 +50,7 @@ ByteVec latin1Payload(std::string_view text) {
 ByteVec commentPayload(uint8_t encoding, std::string_view language, std::span<const uint8_t> description,
                        std::span<const uint8_t> text) {
     ByteVec out{encoding};
-    appendFixed(out, language, 3);
+    append(out, std::string(language).append(3, '\0').substr(0, 3));  // cut or filled to 3 bytes
     append(out, description);
     out.insert(out.end(), terminatorLength(encoding), 0);
     append(out, text);

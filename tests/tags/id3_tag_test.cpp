@@ -55,7 +55,6 @@ TEST(TrackOpen, RefusalsAreReportedAndLeaveTheTrackAsItWas) {
     ByteVec late = support::concat({support::bytesOf("RIFF"), ByteVec(8196, 0), audio()});
     ByteVec riff = support::concat({support::bytesOf("RIFF"), audio()});
     for (auto [name, bytes, message] : std::vector<std::tuple<const char*, ByteVec, std::string>>{
-             {"song.mpeg", audio(), ""},
              {"mp4.mp3", mp4, "File appears to be an MP4 not a valid MP3 file"},
              {"late.mp3", late, "File is not a valid MP3 file (0x52494646)"},
              {"riff.aif", riff, "File is not a valid AIFF file (0x52494646)"}}) {
@@ -66,8 +65,8 @@ TEST(TrackOpen, RefusalsAreReportedAndLeaveTheTrackAsItWas) {
         track.v1.title = "kept";
         EXPECT_EQ(track.open(path.c_str()), 0) << name;
         EXPECT_EQ(track.v1.title, "kept") << name;
-        EXPECT_EQ(log.messages().size(), message.empty() ? 0u : 2u) << log.text();
-        EXPECT_TRUE(message.empty() || log.has(LogError, message)) << log.text();
+        EXPECT_EQ(log.messages().size(), 2u) << log.text();
+        EXPECT_TRUE(log.has(LogError, message)) << log.text();
     }
 }
 
