@@ -105,11 +105,9 @@ TEST(AiffWalk, ChunksAreSkippedByTheirRoundedSizes) {
 TEST(TrackOpen, AiffTagOutsideTheForm) {
     std::string source = support::corpusFile("taglib-sharp/sample.aif");
     if (source.empty()) GTEST_SKIP() << "corpus folder absent";
-    support::TempDir dir;
-    support::writeFile(dir.file("t.aif"), support::readFile(source));
     LogCapture log;
     ID3Tag track;
-    EXPECT_EQ(track.open(dir.file("t.aif").c_str()), 1);
+    EXPECT_EQ(track.open(source.c_str()), 1);
     EXPECT_EQ(track.v2.title ? track.v2.title->utf8() : "<absent>", "Aiff Title");
 }
 
