@@ -3,7 +3,6 @@
 // without one. The rebuild may refuse, but never reads past its input and never writes more
 // than the input plus the new chunk.
 #include <cstdint>
-#include <cstdio>
 #include <string>
 #include <sys/mman.h>
 #include <sys/stat.h>
@@ -11,21 +10,12 @@
 
 #include "base/file_reader.h"
 #include "base/file_writer.h"
-#include "base/logger.h"
+#include "quiet_logger.h"
 #include "tags/aiff_container.h"
 #include "tags/id3_tag.h"
 #include "tags/id3v2_writer.h"
 
 namespace {
-
-int memoryFile(const char* name) {
-    int fd = memfd_create(name, 0);
-    if (fd < 0) {
-        FILE* file = std::tmpfile();  // kept open for the whole run
-        fd = file ? fileno(file) : -1;
-    }
-    return fd;
-}
 
 bool refill(int fd, const uint8_t* data, size_t size) {
     if (ftruncate(fd, 0) != 0) return false;
@@ -47,10 +37,9 @@ uint64_t sizeOf(int fd) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     using namespace tagwick;
-    static const int quiet = (Logger::setMaxLevel(0), 0);
-    (void)quiet;
-    static const int input = memoryFile("copy_aiff_input");
-    static const int output = memoryFile("copy_aiff_output");
+    quietLogger();
+    static const int input = memfd_create("copy_aiff_input", 0);
+    static const int output = memfd_create("copy_aiff_output", 0);
     if (input < 0 || output < 0 || !refill(input, data, size)) return 0;
     const std::string inputPath = "/proc/self/fd/" + std::to_string(input);
 

@@ -8,22 +8,6 @@
 
 #include "mpeg/stream_checker.h"
 
-namespace {
-
-int scratchDescriptor() {
-    static int fd = [] {
-        int made = memfd_create("scan_audio_fuzz", 0);
-        if (made < 0) {
-            FILE* file = std::tmpfile();  // kept open for the whole run
-            made = file ? fileno(file) : -1;
-        }
-        return made;
-    }();
-    return fd;
-}
-
-}  // namespace
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     using namespace tagwick;
 
@@ -32,7 +16,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (scanAudio(bytes, checked, nullptr, false, -1) != 0) __builtin_trap();
     printReport(nullptr, checked, false);
 
-    const int fd = scratchDescriptor();
+    static const int fd = memfd_create("scan_audio_fuzz", 0);
     if (fd < 0) return 0;
     if (ftruncate(fd, 0) != 0 || lseek(fd, 0, SEEK_SET) != 0) return 0;
     CheckStats rebuilt;

@@ -2,6 +2,7 @@
 #include <cmath>
 #include <cstring>
 
+#include "support/mpeg_builders.h"
 #include "support/tag_builders.h"
 
 namespace tagwick::support {
@@ -25,12 +26,6 @@ void le16(ByteVec& out, uint32_t v) {
 void le32(ByteVec& out, uint32_t v) {
     le16(out, v);
     le16(out, v >> 16);
-}
-void putBe32At(ByteVec& out, size_t at, uint32_t v) {
-    out[at] = uint8_t(v >> 24);
-    out[at + 1] = uint8_t(v >> 16);
-    out[at + 2] = uint8_t(v >> 8);
-    out[at + 3] = uint8_t(v);
 }
 
 // `text` cut to `width` bytes into the record at `at` (the rest stays zero).
@@ -61,6 +56,9 @@ ByteVec buildV1(const V1Layout& layout) {
 
 // ---------------------------------------------------------------- AIFF
 
+namespace {
+
+// 80-bit IEEE extended big-endian form of a sample rate.
 ByteVec extended80(double value) {
     ByteVec out(10, 0);
     if (value == 0.0 || std::isnan(value)) return out;
@@ -75,6 +73,8 @@ ByteVec extended80(double value) {
     for (int i = 0; i < 8; ++i) out[size_t(2 + i)] = uint8_t(mantissa >> (56 - 8 * i));
     return out;
 }
+
+}  // namespace
 
 ByteVec commBody(uint16_t channels, uint32_t sampleFrames, uint16_t sampleSize, double sampleRate,
                  std::optional<std::string> compression) {
@@ -113,18 +113,9 @@ ByteVec buildAiff(const AiffLayout& layout) {
         out.insert(out.end(), chunk.body.begin(), chunk.body.end());
         if (chunk.padOdd && chunk.body.size() % 2 == 1) out.push_back(0);
     }
-    putBe32At(out, 4, layout.formSizeOverride.value_or(uint32_t(out.size() - 8)));
+    putBe32(out, 4, layout.formSizeOverride.value_or(uint32_t(out.size() - 8)));
     out.insert(out.end(), layout.trailing.begin(), layout.trailing.end());
     return out;
-}
-
-ByteVec simpleAiff(uint32_t sampleFrames, double sampleRate, std::span<const uint8_t> id3) {
-    AiffLayout layout;
-    layout.chunks.push_back({"COMM", commBody(2, sampleFrames, 16, sampleRate), std::nullopt, true});
-    // Two channels of 16 bits: four bytes per sample frame.
-    layout.chunks.push_back({"SSND", ssndBody(size_t(sampleFrames) * 4), std::nullopt, true});
-    if (!id3.empty()) layout.chunks.push_back({"ID3 ", ByteVec(id3.begin(), id3.end()), std::nullopt, true});
-    return buildAiff(layout);
 }
 
 // ---------------------------------------------------------------- picture headers
@@ -175,15 +166,6 @@ ByteVec jpegImage(uint16_t width, uint16_t height, uint8_t components, std::span
         out.push_back(0x11);
         out.push_back(0);
     }
-    zeros(out, extra);
-    return out;
-}
-
-ByteVec gifImage(uint16_t width, uint16_t height, size_t extra) {
-    ByteVec out;
-    put(out, "GIF89a");
-    le16(out, width);
-    le16(out, height);
     zeros(out, extra);
     return out;
 }

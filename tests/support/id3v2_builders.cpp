@@ -1,5 +1,5 @@
 // Byte-exact ID3v2 payloads, frames and tags for the tests (the version 2 half of tag_builders.h).
-#include <algorithm>
+#include <string>
 
 #include "support/tag_builders.h"
 
@@ -10,13 +10,6 @@ namespace {
 void append(ByteVec& out, std::span<const uint8_t> bytes) { out.insert(out.end(), bytes.begin(), bytes.end()); }
 
 void append(ByteVec& out, std::string_view text) { out.insert(out.end(), text.begin(), text.end()); }
-
-// Exactly `width` bytes of `text`: cut, or filled with zero bytes.
-void appendFixed(ByteVec& out, std::string_view text, size_t width) {
-    std::string_view head = text.substr(0, std::min(width, text.size()));
-    append(out, head);
-    out.insert(out.end(), width - head.size(), 0);
-}
 
 size_t terminatorLength(uint8_t encoding) { return encoding == 1 || encoding == 2 ? 2 : 1; }
 
@@ -57,7 +50,7 @@ ByteVec latin1Payload(std::string_view text) {
 ByteVec commentPayload(uint8_t encoding, std::string_view language, std::span<const uint8_t> description,
                        std::span<const uint8_t> text) {
     ByteVec out{encoding};
-    appendFixed(out, language, 3);
+    append(out, std::string(language).append(3, '\0').substr(0, 3));  // cut or filled to 3 bytes
     append(out, description);
     out.insert(out.end(), terminatorLength(encoding), 0);
     append(out, text);
@@ -76,31 +69,11 @@ ByteVec apicPayload(std::string_view mime, uint8_t pictureType, std::string_view
     return out;
 }
 
-ByteVec picPayload(std::string_view format3, uint8_t pictureType, std::string_view description,
-                   std::span<const uint8_t> data) {
-    ByteVec out{0};
-    appendFixed(out, format3, 3);
-    out.push_back(pictureType);
-    append(out, description);
-    out.push_back(0);
-    append(out, data);
-    return out;
-}
-
 ByteVec ufidPayload(std::string_view owner, std::span<const uint8_t> identifier) {
     ByteVec out;
     append(out, owner);
     out.push_back(0);
     append(out, identifier);
-    return out;
-}
-
-ByteVec popmPayload(std::string_view email, uint8_t rating, std::span<const uint8_t> counter) {
-    ByteVec out;
-    append(out, email);
-    out.push_back(0);
-    out.push_back(rating);
-    append(out, counter);
     return out;
 }
 
@@ -111,6 +84,8 @@ ByteVec userUrlPayload(uint8_t encoding, std::span<const uint8_t> description, s
     append(out, url);
     return out;
 }
+
+namespace {
 
 ByteVec buildV2Frame(int major, const V2Frame& frame) {
     ByteVec out;
@@ -130,25 +105,15 @@ ByteVec buildV2Frame(int major, const V2Frame& frame) {
     return out;
 }
 
+}  // namespace
+
 ByteVec buildV2Tag(const V2TagLayout& layout) {
     ByteVec body = layout.extendedHeader;
     for (const V2Frame& frame : layout.frames) append(body, buildV2Frame(layout.major, frame));
     body.insert(body.end(), layout.padding, 0);
-    if (layout.unsynchroniseBody) body = unsynchronise(body);
-
-    uint32_t size = layout.sizeOverride.value_or(uint32_t(body.size()));
-    auto header = [&](std::string_view magic) {
-        ByteVec out;
-        append(out, magic);
-        out.push_back(uint8_t(layout.major));
-        out.push_back(uint8_t(layout.revision));
-        out.push_back(layout.flags);
-        append(out, syncsafeBytes(size));
-        return out;
-    };
-    ByteVec out = header("ID3");
+    ByteVec out{'I', 'D', '3', uint8_t(layout.major), 0, layout.flags};
+    append(out, syncsafeBytes(uint32_t(body.size())));
     append(out, body);
-    if (layout.footer) append(out, header("3DI"));
     return out;
 }
 

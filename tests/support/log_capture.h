@@ -1,8 +1,10 @@
 // Captures what the Logger writes during a test: every line at every level up to `maxLevel`,
-// with its level letter, in a private temporary file.
+// with its level letter, in a private stream in memory.
 #pragma once
 
 #include <cstdio>
+#include <cstdlib>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -18,7 +20,7 @@ public:
         std::string message;
     };
 
-    explicit LogCapture(unsigned maxLevel = 3) : file_(std::tmpfile()) {
+    explicit LogCapture(unsigned maxLevel = 3) : file_(open_memstream(&buffer_, &size_)) {
         Logger::resetForTests();
         Logger::attach(maxLevel, file_, "", false, 3);
         Logger::setConsoleEcho(false);
@@ -26,37 +28,26 @@ public:
     ~LogCapture() {
         Logger::resetForTests();
         if (file_ != nullptr) std::fclose(file_);
+        std::free(buffer_);
     }
     LogCapture(const LogCapture&) = delete;
     LogCapture& operator=(const LogCapture&) = delete;
 
     // Everything written, prefixes included.
     std::string text() const {
-        std::string out;
-        if (file_ == nullptr) return out;
-        std::fflush(file_);
-        std::rewind(file_);
-        char buffer[4096];
-        size_t n;
-        while ((n = std::fread(buffer, 1, sizeof buffer, file_)) > 0) out.append(buffer, n);
-        std::fseek(file_, 0, SEEK_END);
-        return out;
+        if (file_ == nullptr || std::fflush(file_) != 0) return "";
+        return std::string(buffer_, size_);
     }
 
     // Lines of the form "YYYY-MM-DD hh:mm:ss [L]: message"; header lines without a prefix are skipped.
     std::vector<Line> lines() const {
         std::vector<Line> out;
-        std::string all = text();
-        size_t start = 0;
-        while (start < all.size()) {
-            size_t end = all.find('\n', start);
-            if (end == std::string::npos) end = all.size();
-            std::string line = all.substr(start, end - start);
-            start = end + 1;
+        std::istringstream all(text());
+        for (std::string line; std::getline(all, line);) {
             size_t open = line.find(" [");
             size_t close = line.find("]: ");
             if (open == std::string::npos || close != open + 3) continue;
-            out.push_back({levelOf(line[open + 2]), line.substr(close + 3)});
+            out.push_back({int(std::string_view("XEWSNVD").find(line[open + 2])), line.substr(close + 3)});
         }
         return out;
     }
@@ -73,17 +64,11 @@ public:
             if (line.level == level && line.message == message) return true;
         return false;
     }
-    // Any line containing `fragment`.
-    bool contains(std::string_view fragment) const { return text().find(fragment) != std::string::npos; }
 
 private:
-    static int levelOf(char letter) {
-        std::string_view letters = "XEWSNVD";
-        size_t at = letters.find(letter);
-        return at == std::string_view::npos ? -1 : int(at);
-    }
-
     FILE* file_ = nullptr;
+    char* buffer_ = nullptr;
+    size_t size_ = 0;
 };
 
 }  // namespace tagwick::support

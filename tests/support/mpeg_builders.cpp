@@ -17,14 +17,6 @@ constexpr std::array<int, 4> kRates1{44100, 48000, 32000, 0};
 constexpr std::array<int, 4> kRates2{22050, 24000, 16000, 0};
 constexpr std::array<int, 4> kRates25{11025, 12000, 8000, 0};
 
-void checkLayout(const FrameLayout& layout) {
-    if (layout.version != 1 && layout.version != 2 && layout.version != 25)
-        throw std::invalid_argument("version must be 1, 2 or 25");
-    if (layout.layer < 1 || layout.layer > 3) throw std::invalid_argument("layer must be 1..3");
-    if (layout.sampleRateIndex < 0 || layout.sampleRateIndex > 3) throw std::invalid_argument("rate index 0..3");
-    if (layout.channelMode < 0 || layout.channelMode > 3) throw std::invalid_argument("channel mode 0..3");
-}
-
 const std::array<int, 15>& bitrateTable(const FrameLayout& layout) {
     if (layout.version == 1) {
         if (layout.layer == 1) return kMpeg1Layer1;
@@ -33,94 +25,45 @@ const std::array<int, 15>& bitrateTable(const FrameLayout& layout) {
     return layout.layer == 1 ? kMpeg2Layer1 : kMpeg2Layer23;
 }
 
-uint8_t versionBitsOf(const FrameLayout& layout) {
-    if (layout.versionBits) return *layout.versionBits & 3;
-    return layout.version == 1 ? 3 : layout.version == 2 ? 2 : 0;
-}
-
-uint8_t layerBitsOf(const FrameLayout& layout) {
-    if (layout.layerBits) return *layout.layerBits & 3;
-    return uint8_t(4 - layout.layer);
-}
-
-void ensureRoom(const ByteVec& frame, size_t at, size_t n) {
-    if (at > frame.size() || frame.size() - at < n) throw std::invalid_argument("data does not fit in the frame");
-}
-
-}  // namespace
-
 int bitrateIndexFor(const FrameLayout& layout) {
-    checkLayout(layout);
-    if (layout.bitrateIndex >= 0) {
-        if (layout.bitrateIndex > 15) throw std::invalid_argument("bit-rate index 0..15");
-        return layout.bitrateIndex;
-    }
     const auto& table = bitrateTable(layout);
     for (size_t i = 1; i < table.size(); ++i)
         if (table[i] == layout.bitrateKbps) return int(i);
     throw std::invalid_argument("bit rate not in the table of this version and layer");
 }
 
-int standardBitrateKbps(const FrameLayout& layout) {
-    int index = bitrateIndexFor(layout);
-    return index >= 15 ? 0 : bitrateTable(layout)[size_t(index)];
-}
-
 int sampleRateHz(const FrameLayout& layout) {
-    checkLayout(layout);
+    if (layout.sampleRateIndex < 0 || layout.sampleRateIndex > 3) throw std::invalid_argument("rate index 0..3");
     const auto& rates = layout.version == 1 ? kRates1 : layout.version == 2 ? kRates2 : kRates25;
     return rates[size_t(layout.sampleRateIndex)];
 }
 
 uint32_t headerWord(const FrameLayout& layout) {
-    uint32_t word = 0xFFE00000u;
-    word |= uint32_t(versionBitsOf(layout)) << 19;
-    word |= uint32_t(layerBitsOf(layout)) << 17;
+    const uint32_t versionBits = layout.version == 1 ? 3 : layout.version == 2 ? 2 : 0;
+    const uint32_t layerBits = layout.layerBits ? *layout.layerBits & 3 : uint32_t(4 - layout.layer);
+    uint32_t word = 0xFFE00000u | versionBits << 19 | layerBits << 17;
     word |= layout.crc ? 0u : 1u << 16;
     word |= uint32_t(bitrateIndexFor(layout)) << 12;
     word |= uint32_t(layout.sampleRateIndex & 3) << 10;
     word |= layout.padding ? 1u << 9 : 0u;
-    word |= layout.privateBit ? 1u << 8 : 0u;
     word |= uint32_t(layout.channelMode & 3) << 6;
-    word |= uint32_t(layout.modeExtension & 3) << 4;
     word |= layout.copyright ? 1u << 3 : 0u;
     word |= layout.original ? 1u << 2 : 0u;
-    word |= uint32_t(layout.emphasis & 3);
     return word;
 }
 
 size_t standardFrameLength(const FrameLayout& layout) {
-    const long long kbps = standardBitrateKbps(layout);
+    const long long kbps = bitrateTable(layout)[size_t(bitrateIndexFor(layout))];
     const long long rate = sampleRateHz(layout);
-    if (kbps == 0 || rate == 0) return 0;
+    if (rate == 0) return 0;
     const long long pad = layout.padding ? 1 : 0;
     if (layout.layer == 1) return size_t((12 * kbps * 1000 / rate + pad) * 4);
     if (layout.layer == 3 && layout.version != 1) return size_t(72 * kbps * 1000 / rate + pad);
     return size_t(144 * kbps * 1000 / rate + pad);
 }
 
-size_t summaryRuleLength(const FrameLayout& layout) {
-    const int kbps = standardBitrateKbps(layout);
-    const int rate = sampleRateHz(layout);
-    if (rate == 0) return 0;
-    const int32_t product = int32_t(kbps) * 144000;
-    return size_t(float(product) / float(rate)) + (layout.padding ? 1 : 0);
-}
-
-size_t frameLength(const FrameLayout& layout) {
-    if (layout.length) return *layout.length;
-    size_t standard = standardFrameLength(layout);
-    return standard == 0 ? 4 : standard;
-}
-
-size_t sideInfoLength(const FrameLayout& layout) {
-    const bool mono = layout.channelMode == 3;
-    if (layout.version == 1) return mono ? 17 : 32;
-    return mono ? 9 : 17;
-}
-
+// The CRC over bytes 2-3 and the side information the frame's own header bits size.
 uint16_t frameCrc(std::span<const uint8_t> frame) {
-    if (frame.size() < 4) return 0xFFFF;
     const bool mpeg1 = ((frame[1] >> 3) & 3) == 3;
     const bool mono = ((frame[3] >> 6) & 3) == 3;
     const size_t side = mpeg1 ? (mono ? 17 : 32) : (mono ? 9 : 17);
@@ -139,17 +82,43 @@ uint16_t frameCrc(std::span<const uint8_t> frame) {
     return crc;
 }
 
+void ensureRoom(const ByteVec& frame, size_t at, size_t n) {
+    if (at > frame.size() || frame.size() - at < n) throw std::invalid_argument("data does not fit in the frame");
+}
+
+void putText(ByteVec& frame, size_t at, std::string_view text) {
+    ensureRoom(frame, at, text.size());
+    for (size_t i = 0; i < text.size(); ++i) frame[at + i] = uint8_t(text[i]);
+}
+
+}  // namespace
+
+size_t summaryRuleLength(const FrameLayout& layout) {
+    const int kbps = bitrateTable(layout)[size_t(bitrateIndexFor(layout))];
+    const int rate = sampleRateHz(layout);
+    if (rate == 0) return 0;
+    const int32_t product = int32_t(kbps) * 144000;
+    return size_t(float(product) / float(rate)) + (layout.padding ? 1 : 0);
+}
+
+size_t frameLength(const FrameLayout& layout) {
+    if (layout.length) return *layout.length;
+    size_t standard = standardFrameLength(layout);
+    return standard == 0 ? 4 : standard;
+}
+
+size_t sideInfoLength(const FrameLayout& layout) {
+    const bool mono = layout.channelMode == 3;
+    if (layout.version == 1) return mono ? 17 : 32;
+    return mono ? 9 : 17;
+}
+
 void refreshCrc(ByteVec& frame, const FrameLayout& layout) {
     if (!layout.crc || frame.size() < 6) return;
     uint16_t crc = frameCrc(frame);
     if (layout.wrongCrc) crc ^= 1;
     frame[4] = uint8_t(crc >> 8);
     frame[5] = uint8_t(crc);
-}
-
-void putText(ByteVec& frame, size_t at, std::string_view text) {
-    ensureRoom(frame, at, text.size());
-    for (size_t i = 0; i < text.size(); ++i) frame[at + i] = uint8_t(text[i]);
 }
 
 void putBe32(ByteVec& frame, size_t at, uint32_t value) {
@@ -172,11 +141,8 @@ ByteVec buildFrame(const FrameLayout& layout) {
 ByteVec buildXingFrame(const FrameLayout& layout, const XingLayout& xing) {
     ByteVec frame = buildFrame(layout);
     const size_t at = xing.offset.value_or(4 + sideInfoLength(layout));
-    uint32_t flags = xing.extraFlags;
-    if (xing.frames) flags |= 1;
-    if (xing.bytes) flags |= 2;
     putText(frame, at, xing.tag);
-    putBe32(frame, at + 4, flags);
+    putBe32(frame, at + 4, (xing.frames ? 1u : 0u) | (xing.bytes ? 2u : 0u));
     size_t field = at + 8;
     if (xing.frames) { putBe32(frame, field, *xing.frames); field += 4; }
     if (xing.bytes) putBe32(frame, field, *xing.bytes);
@@ -193,9 +159,7 @@ ByteVec buildXingFrameAt36(const FrameLayout& layout, XingLayout xing) {
 ByteVec buildVbriFrame(const FrameLayout& layout, const VbriLayout& vbri) {
     ByteVec frame = buildFrame(layout);
     putText(frame, 36, "VBRI");
-    ensureRoom(frame, 40, 2);
-    frame[40] = uint8_t(vbri.version >> 8);
-    frame[41] = uint8_t(vbri.version);
+    putText(frame, 40, std::string_view("\0\1", 2));  // version 1
     putBe32(frame, 46, vbri.bytes);
     putBe32(frame, 50, vbri.frames);
     refreshCrc(frame, layout);
@@ -215,7 +179,6 @@ ByteVec buildVbrStream(const FrameLayout& layout, std::span<const int> bitratesK
     for (int kbps : bitratesKbps) {
         FrameLayout one = layout;
         one.bitrateKbps = kbps;
-        one.bitrateIndex = -1;
         append(out, buildFrame(one));
     }
     return out;
@@ -237,15 +200,20 @@ void appendLe32(ByteVec& out, uint32_t v) {
     for (int i = 0; i < 4; ++i) out.push_back(uint8_t(v >> (8 * i)));
 }
 
-void appendText(ByteVec& out, std::string_view text) { out.insert(out.end(), text.begin(), text.end()); }
-
 void appendApeBlock(ByteVec& out, uint32_t size, uint32_t count, uint32_t flags) {
-    appendText(out, "APETAGEX");
+    append(out, bytesOf("APETAGEX"));
     appendLe32(out, 2000);
     appendLe32(out, size);
     appendLe32(out, count);
     appendLe32(out, flags);
     out.insert(out.end(), 8, 0);
+}
+
+void appendChunk(ByteVec& out, const RiffChunk& chunk) {
+    if (chunk.id.size() != 4) throw std::invalid_argument("a chunk ID has 4 characters");
+    append(out, bytesOf(chunk.id));
+    appendLe32(out, uint32_t(chunk.body.size()));
+    append(out, chunk.body);
 }
 
 }  // namespace
@@ -255,9 +223,9 @@ ByteVec buildApeTag(const ApeLayout& layout) {
     for (const auto& item : layout.items) {
         appendLe32(items, uint32_t(item.value.size()));
         appendLe32(items, item.flags);
-        appendText(items, item.key);
+        append(items, bytesOf(item.key));
         items.push_back(0);
-        appendText(items, item.value);
+        append(items, bytesOf(item.value));
     }
     const uint32_t size = layout.sizeOverride.value_or(uint32_t(items.size() + 32));
     const uint32_t count = uint32_t(layout.items.size());
@@ -269,39 +237,16 @@ ByteVec buildApeTag(const ApeLayout& layout) {
     return out;
 }
 
-namespace {
-
-void appendChunk(ByteVec& out, const RiffChunk& chunk) {
-    if (chunk.id.size() != 4) throw std::invalid_argument("a chunk ID has 4 characters");
-    appendText(out, chunk.id);
-    appendLe32(out, uint32_t(chunk.body.size()));
-    append(out, chunk.body);
-}
-
-ByteVec waveFormatBody() {
-    ByteVec fmt;
-    auto le16 = [&fmt](uint16_t v) { fmt.push_back(uint8_t(v)); fmt.push_back(uint8_t(v >> 8)); };
-    le16(0x55);          // MPEG layer III
-    le16(2);             // channels
-    appendLe32(fmt, 44100);
-    appendLe32(fmt, 16000);  // bytes per second at 128 kbit/s
-    le16(1);             // block align
-    le16(0);             // bits per sample
-    return fmt;
-}
-
-}  // namespace
-
-ByteVec buildRiffWave(std::span<const uint8_t> audio, const RiffLayout& layout) {
-    ByteVec out;
-    appendText(out, "RIFF");
+ByteVec buildRiffWave(std::span<const uint8_t> audio, const std::optional<RiffChunk>& trailing) {
+    // MPEG layer III, 2 channels, 44100 Hz, 16000 bytes per second, block align 1, 0 bits per sample.
+    const ByteVec format = {0x55, 0, 2, 0, 0x44, 0xAC, 0, 0, 0x80, 0x3E, 0, 0, 1, 0, 0, 0};
+    ByteVec out = bytesOf("RIFF");
     appendLe32(out, 0);
-    appendText(out, "WAVE");
-    appendChunk(out, {"fmt ", waveFormatBody()});
-    for (const auto& chunk : layout.before) appendChunk(out, chunk);
+    append(out, bytesOf("WAVE"));
+    appendChunk(out, {"fmt ", format});
     appendChunk(out, {"data", ByteVec(audio.begin(), audio.end())});
-    if (layout.trailing) appendChunk(out, *layout.trailing);
-    const uint32_t riffSize = layout.riffSizeOverride.value_or(uint32_t(out.size() - 8));
+    if (trailing) appendChunk(out, *trailing);
+    const uint32_t riffSize = uint32_t(out.size() - 8);
     for (int i = 0; i < 4; ++i) out[4 + size_t(i)] = uint8_t(riffSize >> (8 * i));
     return out;
 }

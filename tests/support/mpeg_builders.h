@@ -24,53 +24,32 @@ struct FrameLayout {
     int version = 1;                 // 1, 2 or 25 (MPEG 2.5)
     int layer = 3;                   // 1, 2 or 3
     int bitrateKbps = 128;           // looked up in the standard table of version and layer
-    int bitrateIndex = -1;           // 0..15; when set, used as is and bitrateKbps is ignored
     int sampleRateIndex = 0;         // 0..3 (3 is reserved)
     bool padding = false;
     int channelMode = 0;             // 0 stereo, 1 joint stereo, 2 dual channel, 3 mono
-    int modeExtension = 0;           // 0..3
-    bool privateBit = false;
     bool copyright = false;
     bool original = false;
-    int emphasis = 0;                // 0..3
     bool crc = false;                // protection bit 0 and a CRC-16 at bytes 4-5
     bool wrongCrc = false;           // store the correct CRC with its low bit flipped
     std::optional<size_t> length;    // total frame length in bytes (header included), overriding the rules
     uint8_t filler = 0;              // value of every body byte not otherwise written
-    std::optional<uint8_t> versionBits;  // raw two version bits (e.g. 1 for the reserved version)
     std::optional<uint8_t> layerBits;    // raw two layer bits (e.g. 0 for the reserved layer)
 };
 
-// The standard's tables, by the layout's version/layer. 0 when not defined (free format,
-// index 15, reserved sample-rate index).
-int standardBitrateKbps(const FrameLayout& layout);
-int sampleRateHz(const FrameLayout& layout);
-// The bit-rate index used for the layout (bitrateIndex, or the table position of bitrateKbps).
-int bitrateIndexFor(const FrameLayout& layout);
-
-// The four header bytes as a big-endian word.
-uint32_t headerWord(const FrameLayout& layout);
-// Exact lengths of the standard: layer I (12*kbps*1000/rate + pad)*4; layer II and MPEG-1
-// layer III 144*kbps*1000/rate + pad; MPEG-2/2.5 layer III 72*kbps*1000/rate + pad.
-// 0 when bit rate or sample rate is 0. Ignores layout.length.
-size_t standardFrameLength(const FrameLayout& layout);
 // The summary's single rule for every version and layer: trunc(float(kbps*144000)/rate) + pad.
 size_t summaryRuleLength(const FrameLayout& layout);
-// The length buildFrame uses: layout.length, else the standard length, else 4 (header only).
+// The length buildFrame uses: layout.length, else the standard's exact length (layer I
+// (12*kbps*1000/rate + pad)*4; layer II and MPEG-1 layer III 144*kbps*1000/rate + pad; MPEG-2/2.5
+// layer III 72*kbps*1000/rate + pad), else 4 (header only).
 size_t frameLength(const FrameLayout& layout);
 // Side information size: 17 MPEG-1 mono, 32 MPEG-1 other, 9 MPEG-2/2.5 mono, 17 other.
 size_t sideInfoLength(const FrameLayout& layout);
 
-// CRC-16 (poly 0x8005, MSB first, init 0xFFFF, no final inversion) over bytes 2-3 of the
-// frame and the side information from byte 6, sized by the frame's own header bits.
-// Bytes missing at the end of a short frame are simply not included.
-uint16_t frameCrc(std::span<const uint8_t> frame);
-// Recomputes bytes 4-5 after the body was edited (the wrong CRC again when layout.wrongCrc).
-// Does nothing for frames without a CRC.
+// Recomputes bytes 4-5 after the body was edited (the wrong CRC again when layout.wrongCrc):
+// CRC-16 (poly 0x8005, MSB first, init 0xFFFF) over bytes 2-3 and the side information from
+// byte 6, sized by the frame's own header bits. Does nothing for frames without a CRC.
 void refreshCrc(ByteVec& frame, const FrameLayout& layout);
 
-// Writes `text` into the frame at `at` (throws when it does not fit).
-void putText(ByteVec& frame, size_t at, std::string_view text);
 void putBe32(ByteVec& frame, size_t at, uint32_t value);
 
 // One frame: header, CRC when asked, body filled with layout.filler.
@@ -80,7 +59,6 @@ struct XingLayout {
     std::string tag = "Xing";              // "Xing", "Info" or any 4 characters
     std::optional<uint32_t> frames;        // sets flag bit 1 and writes the count
     std::optional<uint32_t> bytes;         // sets flag bit 2 and writes the count
-    uint32_t extraFlags = 0;               // more flag bits (4 TOC, 8 quality); their fields stay filler
     std::optional<size_t> offset;          // from the frame start; default 4 + side information
     std::string lame;                      // written at lameOffset when not empty
     size_t lameOffset = 156;               // from the frame start
@@ -94,10 +72,8 @@ ByteVec buildXingFrameAt36(const FrameLayout& layout, XingLayout xing);
 struct VbriLayout {
     uint32_t bytes = 0;
     uint32_t frames = 0;
-    uint16_t version = 1;
 };
-// A frame with "VBRI" at +36, version at +40, bytes at +46 and frames at +50 (big-endian,
-// i.e. +10 and +14 from the "VBRI" word).
+// A frame with "VBRI" at +36, version 1 at +40, bytes at +46 and frames at +50 (big-endian).
 ByteVec buildVbriFrame(const FrameLayout& layout, const VbriLayout& vbri);
 
 // `count` frames of one layout, back to back.
@@ -130,13 +106,8 @@ struct RiffChunk {
     std::string id;    // 4 characters
     ByteVec body;      // written as given (no pad byte added)
 };
-struct RiffLayout {
-    std::vector<RiffChunk> before;          // chunks between "fmt " and "data"
-    std::optional<RiffChunk> trailing;      // a chunk after "data"
-    std::optional<uint32_t> riffSizeOverride;
-};
 // "RIFF", le32 size (total - 8), "WAVE", a 16-byte "fmt " chunk (MPEG layer III format tag
-// 0x55, 2 channels, 44100 Hz), the `before` chunks, "data" around `audio`, the trailing chunk.
-ByteVec buildRiffWave(std::span<const uint8_t> audio, const RiffLayout& layout = {});
+// 0x55, 2 channels, 44100 Hz), "data" around `audio`, then the trailing chunk when given.
+ByteVec buildRiffWave(std::span<const uint8_t> audio, const std::optional<RiffChunk>& trailing = std::nullopt);
 
 }  // namespace tagwick::support

@@ -1,6 +1,6 @@
 // Builders for byte-exact tag and container test data: ID3v2.2/2.3/2.4 frames and tags
 // (syncsafe or plain sizes, flags, unsynchronisation, extended header), ID3v1 records,
-// AIFF/AIFC forms with their chunks, and the first bytes of PNG, JPEG, GIF, TIFF and BMP
+// AIFF/AIFC forms with their chunks, and the first bytes of PNG, JPEG, TIFF and BMP
 // pictures. Every builder returns the bytes; nothing touches the disk.
 //
 // ID3v2 parts live in id3v2_builders.cpp; ID3v1, AIFF and picture parts in container_builders.cpp.
@@ -37,13 +37,8 @@ ByteVec commentPayload(uint8_t encoding, std::string_view language, std::span<co
 // APIC: encoding 0, MIME text, 0, picture type, description, 0, data.
 ByteVec apicPayload(std::string_view mime, uint8_t pictureType, std::string_view description,
                     std::span<const uint8_t> data);
-// 2.2 PIC: encoding 0, 3-character image format ("PNG", "JPG"), picture type, description, 0, data.
-ByteVec picPayload(std::string_view format3, uint8_t pictureType, std::string_view description,
-                   std::span<const uint8_t> data);
 // UFID: owner text, 0, identifier bytes.
 ByteVec ufidPayload(std::string_view owner, std::span<const uint8_t> identifier);
-// POPM: email, 0, rating byte, then the optional counter bytes.
-ByteVec popmPayload(std::string_view email, uint8_t rating, std::span<const uint8_t> counter = {});
 // WXXX: encoding, description, terminator, URL (Latin-1).
 ByteVec userUrlPayload(uint8_t encoding, std::span<const uint8_t> description, std::string_view url);
 
@@ -57,25 +52,19 @@ struct V2Frame {
     bool plainSize = false;               // 2.4: write the size as a plain 32-bit number
 };
 
-// One frame for the given major version (2: 6-byte header with a 3-byte size; 3: 10-byte header
-// with a plain size; 4 and above: syncsafe size unless plainSize). The size field counts the
-// payload as given (the caller adds data length indicators and unsynchronises when it wants to).
-ByteVec buildV2Frame(int major, const V2Frame& frame);
 
 struct V2TagLayout {
     int major = 3;
-    int revision = 0;
-    uint8_t flags = 0;                     // written as given (0x80 unsync, 0x40 ext, 0x10 footer...)
+    uint8_t flags = 0;                     // written as given (0x80 unsync, 0x40 ext...)
     std::vector<V2Frame> frames;
     ByteVec extendedHeader;                // written right after the header, as given
     size_t padding = 0;                    // zero bytes after the frames
-    std::optional<uint32_t> sizeOverride;  // header size field (syncsafe-encoded) instead of the real one
-    bool footer = false;                   // append a "3DI" footer (flags should then hold 0x10)
-    bool unsynchroniseBody = false;        // apply unsynchronise() to everything after the header
 };
 
-// Header "ID3", major, revision, flags, syncsafe size of everything after the header (unless
-// overridden), then the extended header, frames and padding.
+// Header "ID3", major, revision 0, flags, syncsafe size of everything after the header, then the
+// extended header, frames and padding. A frame has a 6-byte header with a 3-byte size in 2.2, a
+// 10-byte header with a plain size in 2.3, a syncsafe size (unless plainSize) from 2.4 on. Its
+// size counts the payload as given (the caller adds data length indicators and unsynchronises).
 ByteVec buildV2Tag(const V2TagLayout& layout);
 
 // A frame with its payload (flags 0, true size).
@@ -112,9 +101,7 @@ struct AiffChunk {
     bool padOdd = true;                   // add the pad byte after an odd-sized body
 };
 
-// 80-bit IEEE extended big-endian form of a sample rate.
-ByteVec extended80(double value);
-// COMM body: channels (16), sample frames (32), sample size (16), rate (80-bit); AIFC adds
+// COMM body: channels (16), sample frames (32), sample size (16), rate (80-bit IEEE extended); AIFC adds
 // the compression type and an empty name when `compression` is given.
 ByteVec commBody(uint16_t channels, uint32_t sampleFrames, uint16_t sampleSize, double sampleRate,
                  std::optional<std::string> compression = std::nullopt);
@@ -129,9 +116,6 @@ struct AiffLayout {
     ByteVec trailing;                       // bytes after the form (not counted in its size)
 };
 ByteVec buildAiff(const AiffLayout& layout);
-// A plain AIFF: COMM (2 channels, 16 bit, `sampleFrames` at `sampleRate`), SSND, then an
-// "ID3 " chunk holding `id3` when it is not empty.
-ByteVec simpleAiff(uint32_t sampleFrames, double sampleRate, std::span<const uint8_t> id3 = {});
 
 // ---------------------------------------------------------------- picture headers
 
@@ -143,8 +127,6 @@ ByteVec pngImage(uint32_t width, uint32_t height, uint8_t bitDepth = 8, uint8_t 
 // height, width, component count, components; then `extra` zero bytes.
 ByteVec jpegImage(uint16_t width, uint16_t height, uint8_t components = 3,
                   std::span<const uint16_t> extraSegmentLengths = {}, size_t extra = 16);
-// "GIF89a", little-endian width and height, then `extra` zero bytes.
-ByteVec gifImage(uint16_t width, uint16_t height, size_t extra = 16);
 // "BM" header and BITMAPINFOHEADER start: width at 18, height at 22, bits per pixel at 28 (LE).
 ByteVec bmpImage(uint32_t width, uint32_t height, uint16_t bitsPerPixel = 24, size_t extra = 16);
 // "MM\0*" or "II*\0" with the directory offset and entries for tags 256 (width) and
