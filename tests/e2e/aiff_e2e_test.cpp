@@ -38,19 +38,17 @@ ByteVec titleTag(std::string_view title) { return programTag(3, {latin1Frame("TI
 // The chunks of a form other than "ID3 ", each with its header and pad byte; `whole` tells
 // whether they fill the file exactly as the form size says.
 std::vector<ByteVec> otherChunks(const ByteVec& file, bool* whole) {
+    auto be32 = [&](size_t at) {
+        return size_t(file[at]) << 24 | size_t(file[at + 1]) << 16 | size_t(file[at + 2]) << 8 | file[at + 3];
+    };
     std::vector<ByteVec> out;
-    size_t at = 12;
-    while (file.size() - at >= 8) {
-        const size_t size = (size_t(file[at + 4]) << 24 | size_t(file[at + 5]) << 16 | size_t(file[at + 6]) << 8 |
-                             file[at + 7]) + (file[at + 7] & 1);
-        if (size > file.size() - at - 8) break;
+    size_t at = 12, size = 0;
+    for (; file.size() - at >= 8 && (size = be32(at + 4) + (file[at + 7] & 1)) <= file.size() - at - 8; at += 8 + size) {
         std::string id(file.begin() + at, file.begin() + at + 4);
         for (char& c : id) c = char(std::toupper(static_cast<unsigned char>(c)));
         if (id != "ID3 ") out.emplace_back(file.begin() + at, file.begin() + at + 8 + size);
-        at += 8 + size;
     }
-    *whole = at == file.size() && file.size() >= 12 &&
-             (size_t(file[4]) << 24 | size_t(file[5]) << 16 | size_t(file[6]) << 8 | file[7]) + 8 == file.size();
+    *whole = at == file.size() && be32(4) + 8 == file.size();
     return out;
 }
 

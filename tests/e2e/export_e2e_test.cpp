@@ -107,18 +107,14 @@ TEST(XmlExport, EveryFieldByteForByteInBothVersions) {
 // track without tags gives the two head lines and the wording shared with the CSV export.
 TEST(XmlExport, VersionOneOnlyTrackGoesThroughACopyAndNoTagsGiveTheHead) {
     TempDir dir;
-    ByteVec v1 = buildV1({"Song", "Band", "Record", "1999", "Nice", 3, 17});
-    writeFile(dir.file("only.mp3"), concat({buildStream({}, 20), v1}));
-    const ByteVec copy = trackWith({text("TIT2", "Song"), text("TALB", "Record"), text("TPE1", "Band"),
-                                    v2Frame("COMM", commentPayload(0, "eng", {}, bytesOf("Nice"))), text("TYER", "1999"),
-                                    text("TRCK", "3"), text("TCON", "Rock")});
-    fs::create_directory(dir.file("both"));
-    writeFile(dir.file("both/only.mp3"), concat({copy, v1}));
+    writeFile(dir.file("only.mp3"), concat({buildStream({}, 20), buildV1({"Song", "Band", "Record", "1999", "Nice", 3, 17})}));
     ASSERT_EQ(runCli({"-xml", "a.xml", dir.file("only.mp3")}, {dir.path()}).status, 0);
-    ASSERT_EQ(runCli({"-xml", "b.xml", dir.file("both/only.mp3")}, {dir.path()}).status, 0);
-    std::string copied = readText(dir.file("a.xml"));
-    EXPECT_NE(copied.find(value("Genre", "string", "Rock")), std::string::npos) << copied;
-    EXPECT_EQ(copied, replaced(readText(dir.file("b.xml")), dir.file("both"), dir.path()));
+    const std::string copied = readText(dir.file("a.xml"));
+    EXPECT_NE(copied.find("\t<id3 version=\"2\">\n" + value("Track", "long", "3") + value("Tracks", "long", "0") +
+                          value("Title", "string", "Song") + value("Artist", "string", "Band") +
+                          value("Album", "string", "Record") + value("Year", "string", "1999") +
+                          value("Genre", "string", "Rock") + value("Comment", "string", "Nice")),
+              std::string::npos) << copied;
 
     writeFile(dir.file("bare.mp3"), buildStream({}, 20));
     CliResult bare = runCli({"-xml", "bare.xml", dir.file("bare.mp3")}, {dir.path()});

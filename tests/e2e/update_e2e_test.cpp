@@ -20,8 +20,14 @@ ByteVec audio() { return buildStream({}, 20); }
 
 V2Frame text(std::string id, std::string_view latin1) { return latin1Frame(std::move(id), latin1); }
 
+class Update : public testing::Test {
+protected:
+    TempDir dir;
+    const std::string track = dir.file("song.mp3");
+};
+
 // Field options on an untagged track: each reaches its frame, in the writer's order.
-TEST(Update, FieldOptionsBecomeFramesInTheWritersOrder) {
+TEST_F(Update, FieldOptionsBecomeFramesInTheWritersOrder) {
     struct Case {
         const char* name;
         std::vector<std::string> args;
@@ -44,8 +50,6 @@ TEST(Update, FieldOptionsBecomeFramesInTheWritersOrder) {
         {"CompilationAndSet", {"-cl", "-sn", "1", "-ss", "2"}, 3, {text("TCMP", "1"), text("TPOS", "1/2")}},
     };
     for (Case c : cases) {
-        TempDir dir;
-        const std::string track = dir.file("song.mp3");
         writeFile(track, audio());
         c.args.push_back(track);
         CliResult result = runCli(c.args);
@@ -56,9 +60,7 @@ TEST(Update, FieldOptionsBecomeFramesInTheWritersOrder) {
 }
 
 // Both tags saved in one run; the version 1 record then overwritten in place and removed with -rm1.
-TEST(Update, Version1RecordIsWrittenInPlaceAndRemoved) {
-    TempDir dir;
-    const std::string track = dir.file("song.mp3");
+TEST_F(Update, Version1RecordIsWrittenInPlaceAndRemoved) {
     writeFile(track, audio());
     CliResult saved = runCli({"-v", "-ti", "Song", "-t", "Title", "-a", "Artist", "-g", "17", "-n", "3", track});
     EXPECT_EQ(saved.out,
@@ -73,9 +75,7 @@ TEST(Update, Version1RecordIsWrittenInPlaceAndRemoved) {
     EXPECT_EQ(readFile(track), concat({tag, audio()}));
 }
 
-TEST(Update, RemovalsCutTheTagsAndAnApeTagGoesWithTheV1Record) {
-    TempDir dir;
-    const std::string track = dir.file("song.mp3");
+TEST_F(Update, RemovalsCutTheTagsAndAnApeTagGoesWithTheV1Record) {
     const ByteVec tag = programTag(3, {text("TIT2", "Song")});
     const ByteVec ape = buildApeTag(ApeLayout{{{"Title", "x"}}, true, 0, std::nullopt});
     writeFile(track, concat({tag, audio(), ape, buildV1({"V1", "", "", "", "", 0, 255})}));
@@ -86,9 +86,7 @@ TEST(Update, RemovalsCutTheTagsAndAnApeTagGoesWithTheV1Record) {
     EXPECT_EQ(readFile(track), audio());
 }
 
-TEST(Update, CopiesBetweenTheVersions) {
-    TempDir dir;
-    const std::string track = dir.file("song.mp3");
+TEST_F(Update, CopiesBetweenTheVersions) {
     // Copying V1 into a track without V1 data changes nothing, and says so without -v.
     writeFile(track, audio());
     EXPECT_EQ(runCli({"-v1v2", track}).out, "No changes are required for track '" + track + "'\n");
@@ -109,8 +107,7 @@ TEST(Update, CopiesBetweenTheVersions) {
 }
 
 // -export writes the V2 tag and the V1 record to a free name; -import brings them into a track.
-TEST(Update, TagDataFilesAreExportedAndImported) {
-    TempDir dir;
+TEST_F(Update, TagDataFilesAreExportedAndImported) {
     const CliOptions inDir{dir.path()};  // file values are relative: one beginning with '/' is an option
     const ByteVec tag = programTag(3, {text("TIT2", "Song"), text("TPE1", "Artist")});
     const ByteVec record = buildV1({"V1 title", "", "", "", "", 0, 17});
@@ -136,8 +133,7 @@ TEST(Update, TagDataFilesAreExportedAndImported) {
     EXPECT_EQ(readFile(dir.file("v1.tdf")), record);
 }
 
-TEST(Update, OutLeavesTheInputAsItWas) {
-    TempDir dir;
+TEST_F(Update, OutLeavesTheInputAsItWas) {
     const std::string input = dir.file("in.mp3"), output = dir.file("out.mp3");
     writeFile(input, audio());
     CliResult result = runCli({"-ti", "Song", "-out", output, input});
@@ -151,9 +147,7 @@ TEST(Update, OutLeavesTheInputAsItWas) {
     EXPECT_EQ(readFile(input), audio());
 }
 
-TEST(Update, KeptDatesAndTheTrashCopy) {
-    TempDir dir;
-    const std::string track = dir.file("song.mp3");
+TEST_F(Update, KeptDatesAndTheTrashCopy) {
     writeFile(track, audio());
     const struct timespec times[2] = {{1000000000, 123456789}, {1100000000, 987654321}};
     ASSERT_EQ(utimensat(AT_FDCWD, track.c_str(), times, 0), 0);
@@ -174,9 +168,7 @@ TEST(Update, KeptDatesAndTheTrashCopy) {
 
 // A picture that cannot be loaded gives status 5 and says why, and the rest is saved; the type
 // comes from the first bytes, whatever the name says, and only the big-endian TIFF mark is taken.
-TEST(Update, PictureThatCannotBeLoadedGivesStatus5AndTheRestIsSaved) {
-    TempDir dir;
-    const std::string track = dir.file("song.mp3");
+TEST_F(Update, PictureThatCannotBeLoadedGivesStatus5AndTheRestIsSaved) {
     writeText(dir.file("notes.png"), "not a picture");
     writeFile(dir.file("little.tif"), tiffImage(false, 2, 2));
     writeFile(dir.file("tiny.jpg"), ByteVec{0xFF, 0xD8, 0xFF});
@@ -200,7 +192,7 @@ TEST(Update, PictureThatCannotBeLoadedGivesStatus5AndTheRestIsSaved) {
 
 // A save that fails at any write, close or rename leaves the track as it was and no temporary
 // file; the messages end with the note that nothing was altered.
-TEST(Update, FailedSaveLeavesTheTrackAsItWas) {
+TEST_F(Update, FailedSaveLeavesTheTrackAsItWas) {
     struct Case {
         const char* name;
         Fault fault;
@@ -215,8 +207,6 @@ TEST(Update, FailedSaveLeavesTheTrackAsItWas) {
         {"Create", {"open", ".t0", 0, EACCES}, "Failed to open the output file '"},
     };
     for (const Case& c : cases) {
-        TempDir dir;
-        const std::string track = dir.file("song.mp3");
         const ByteVec original = concat({programTag(3, {text("TIT2", "Old")}), audio()});
         writeFile(track, original);
         CliResult result = runCli({"-ti", "New", track}, {.fault = c.fault});
@@ -231,10 +221,8 @@ TEST(Update, FailedSaveLeavesTheTrackAsItWas) {
 
 // A track its owner made read-only is left alone with a clear message (root may write anything,
 // so the case cannot be made there).
-TEST(Update, ReadOnlyTrackIsNotReplaced) {
+TEST_F(Update, ReadOnlyTrackIsNotReplaced) {
     if (geteuid() == 0) GTEST_SKIP() << "root writes read-only files";
-    TempDir dir;
-    const std::string track = dir.file("song.mp3");
     writeFile(track, audio());
     ASSERT_EQ(chmod(track.c_str(), 0444), 0);
     CliResult result = runCli({"-ti", "New", track});
@@ -245,12 +233,12 @@ TEST(Update, ReadOnlyTrackIsNotReplaced) {
 }
 
 // Killed at any call of a save, the program leaves the old track or the new one, never neither.
-TEST(Update, KilledSaveLeavesTheOldTrackOrTheNew) {
+TEST_F(Update, KilledSaveLeavesTheOldTrackOrTheNew) {
     const ByteVec original = concat({programTag(3, {text("TIT2", "Old")}), audio()});
     const ByteVec updated = concat({programTag(3, {text("TIT2", "New")}), audio()});
     for (const char* op : {"pwrite", "copy", "close", "rename"}) {
-        TempDir dir;
-        const std::string track = dir.file("song.mp3");
+        TempDir fresh;  // a killed save may leave its temporary file
+        const std::string track = fresh.file("song.mp3");
         writeFile(track, original);
         CliResult result = runCli({"-ti", "New", track}, {.fault = Fault{op, "song.mp3", 0, 0, true}});
         EXPECT_EQ(result.status, 128 + SIGKILL) << op;
