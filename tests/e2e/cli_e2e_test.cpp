@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -84,15 +85,12 @@ TEST(Cli, ScanMessagesGoToStandardOutputBeforeTheVersionLine) {
 TEST(Cli, EachRunAppendsAHeaderToTheUsersLogAndMessagesEchoWithoutTheDate) {
     const std::string name = "tagwick-e2e-" + std::to_string(getpid()), home = "/Users/" + name;
     const std::string log = home + "/library/logs/tagwick.log";
-    struct RemoveOnExit {
-        std::string path;
-        bool root;
-        ~RemoveOnExit() {
-            std::error_code ignored;
-            std::filesystem::remove_all(path, ignored);
-            if (root) rmdir("/Users");  // only when this test made it (and it is empty)
-        }
-    } cleanup{home, !std::filesystem::exists("/Users")};
+    const bool madeUsers = !std::filesystem::exists("/Users");
+    const std::shared_ptr<void> cleanup(nullptr, [&](void*) {  // runs at the end of the test
+        std::error_code ignored;
+        std::filesystem::remove_all(home, ignored);
+        if (madeUsers) rmdir("/Users");  // only when this test made it (and it is empty)
+    });
     std::error_code error;
     std::filesystem::create_directories(home + "/library/logs", error);
     if (error) GTEST_SKIP() << "cannot create " << home << ": " << error.message();
