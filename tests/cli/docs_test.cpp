@@ -3,15 +3,16 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
-#include <fstream>
 #include <regex>
 #include <set>
 #include <sstream>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "cli/options.h"
+#include "support/cli_runner.h"
 
 namespace tagwick {
 namespace {
@@ -21,21 +22,11 @@ using Words = std::set<std::string>;
 const std::string ManualPage = std::string(TAGWICK_SOURCE_DIR) + "/man/tagwickcli.1";
 const std::string Completion = std::string(TAGWICK_SOURCE_DIR) + "/completion/tagwickcli";
 
-std::string readSource(const std::string& path) {
-    std::ifstream in(path);
-    std::stringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
-
-Words withPrefix(const std::vector<std::string_view>& names, const std::string& prefix) {
-    Words words;
+// `words` and every name with `prefix` in front.
+Words withPrefix(const std::vector<std::string_view>& names, const std::string& prefix, Words words = {}) {
     for (std::string_view name : names) words.insert(prefix + std::string(name));
     return words;
 }
-
-Words scannedOptions() { return withPrefix(optionWords(), "-"); }
-Words scannedDeleteForms() { return withPrefix(deleteWords(), "--"); }
 
 // The words missing from `listed` and those it has beyond `expected`; empty when they agree.
 std::string drift(const Words& listed, const Words& expected) {
@@ -47,28 +38,17 @@ std::string drift(const Words& listed, const Words& expected) {
     return (missing.empty() ? "" : "missing:" + missing) + (extra.empty() ? "" : " extra:" + extra);
 }
 
-struct Shell {
-    int status;
-    std::string output;  // standard output and standard error
-};
-
-Shell runShell(const std::string& command) {
-    Shell result{-1, ""};
+// The status of a shell command and what it wrote to standard output and error.
+std::pair<int, std::string> runShell(const std::string& command) {
+    std::string output;
     FILE* pipe = popen((command + " 2>&1").c_str(), "r");
-    if (pipe == nullptr) return result;
+    if (pipe == nullptr) return {-1, ""};
     char buffer[4096];
-    for (size_t n; (n = std::fread(buffer, 1, sizeof buffer, pipe)) > 0;) result.output.append(buffer, n);
-    result.status = pclose(pipe);
-    return result;
+    for (size_t n; (n = std::fread(buffer, 1, sizeof buffer, pipe)) > 0;) output.append(buffer, n);
+    return {pclose(pipe), output};
 }
 
-std::string shellQuoted(const std::string& text) {
-    std::string quoted = "'";
-    for (char c : text) quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
-    return quoted + "'";
-}
-
-bool haveTool(const std::string& name) { return runShell("command -v " + name + " >/dev/null").status == 0; }
+bool haveTool(const std::string& name) { return runShell("command -v " + name + " >/dev/null").first == 0; }
 
 std::string between(const std::string& text, const std::string& from, const std::string& to) {
     size_t start = text.find(from);
@@ -99,35 +79,31 @@ Words manualEntries(const std::string& page) {
 }
 
 TEST(Docs, ManualPageHasAnEntryForEveryOptionAndNoOther) {
-    const std::string page = readSource(ManualPage);
+    const std::string page = support::readText(ManualPage);
     ASSERT_FALSE(page.empty()) << ManualPage;
-    Words expected = scannedOptions();
-    expected.insert({"--help", "--version"});
-    EXPECT_EQ(drift(manualEntries(page), expected), "");
+    EXPECT_EQ(drift(manualEntries(page), withPrefix(optionWords(), "-", {"--help", "--version"})), "");
     Words listedDeleteForms;
     for (const std::string& word : roffOptions(between(page, "\n.SS Deleting a field\n", "\n.SH ")))
         if (word.starts_with("--")) listedDeleteForms.insert(word);
-    EXPECT_EQ(drift(listedDeleteForms, scannedDeleteForms()), "");
+    EXPECT_EQ(drift(listedDeleteForms, withPrefix(deleteWords(), "--")), "");
 }
 
 TEST(Docs, ManualPageRendersWithoutWarnings) {
     if (!haveTool("groff")) GTEST_SKIP() << "groff is not installed";
-    Shell groff = runShell("groff -man -ww -z '" + ManualPage + "'");
-    EXPECT_EQ(groff.status, 0);
-    EXPECT_EQ(groff.output, "");
+    EXPECT_EQ(runShell("groff -man -ww -z '" + ManualPage + "'"), std::make_pair(0, std::string()));
 }
 
 // The replies of the completion function for the command line `words`; without the
 // bash-completion package, stand-ins for its two helpers are used.
 Words completions(const std::string& words) {
-    const std::string script =
+    support::TempDir dir;
+    support::writeText(dir.file("complete.sh"),
         "if [ -r /usr/share/bash-completion/bash_completion ]; then . /usr/share/bash-completion/bash_completion;"
         " else _init_completion() { words=(\"${COMP_WORDS[@]}\"); cword=$COMP_CWORD;"
         " cur=${words[cword]}; prev=${words[cword-1]}; }; _filedir() { :; }; fi; "
         ". '" + Completion + "'; COMP_WORDS=(" + words + "); COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); "
-        "COMP_LINE=\"${COMP_WORDS[*]}\"; COMP_POINT=${#COMP_LINE}; _tagwickcli; printf '%s\\n' \"${COMPREPLY[@]}\"";
-    Shell bash = runShell("cd / && bash -c " + shellQuoted(script));
-    std::istringstream lines(bash.output);
+        "COMP_LINE=\"${COMP_WORDS[*]}\"; COMP_POINT=${#COMP_LINE}; _tagwickcli; printf '%s\\n' \"${COMPREPLY[@]}\"");
+    std::istringstream lines(runShell("cd / && bash " + dir.file("complete.sh")).second);
     Words replies;
     for (std::string line; std::getline(lines, line);)
         if (!line.empty()) replies.insert(line);
@@ -136,12 +112,10 @@ Words completions(const std::string& words) {
 
 TEST(Docs, CompletionOffersEveryOptionAndDeleteForm) {
     if (!haveTool("bash")) GTEST_SKIP() << "bash is not installed";
-    Shell syntax = runShell("bash -n '" + Completion + "'");
-    EXPECT_EQ(syntax.status, 0) << syntax.output;
-    EXPECT_EQ(drift(completions("tagwickcli -"), scannedOptions()), "");
-    Words expected = scannedDeleteForms();
-    expected.insert({"--help", "--version"});
-    EXPECT_EQ(drift(completions("tagwickcli --"), expected), "");
+    const auto [status, output] = runShell("bash -n '" + Completion + "'");
+    EXPECT_EQ(status, 0) << output;
+    EXPECT_EQ(drift(completions("tagwickcli -"), withPrefix(optionWords(), "-")), "");
+    EXPECT_EQ(drift(completions("tagwickcli --"), withPrefix(deleteWords(), "--", {"--help", "--version"})), "");
 }
 
 }  // namespace

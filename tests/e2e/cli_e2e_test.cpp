@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -23,13 +24,11 @@ const std::string LogHeader = "\n# Tagwick CMD Version 1.24.38 (1.17.78.342)\n";
 TEST(Cli, HelpRequestPrintsVersionAndHelpAndProcessesNothing) {
     support::TempDir dir;
     support::writeText(dir.file("song.mp3"), "not really audio");
-    CliOptions options;
-    options.workingDir = dir.path();
-    const CliResult plain = runCli({}, options);
+    const CliResult plain = runCli({}, {dir.path()});
     EXPECT_EQ(plain.status, 0);
     const std::string& help = plain.out;
     for (const std::vector<std::string>& args : {std::vector<std::string>{"/?"}, {"song.mp3", "-ti", "x", "-H"}}) {
-        CliResult r = runCli(args, options);
+        CliResult r = runCli(args, {dir.path()});
         EXPECT_EQ(r.status, 0);
         EXPECT_EQ(r.out, help) << testing::PrintToString(args);
     }
@@ -73,20 +72,12 @@ TEST(Cli, HelpRequestPrintsVersionAndHelpAndProcessesNothing) {
 
 TEST(Cli, ScanMessagesGoToStandardOutputBeforeTheVersionLine) {
     support::TempDir dir;
-    CliOptions options;
-    options.workingDir = dir.path();
-    CliResult r = runCli({"--xyz", "/nosuchoption", "/missing-tagwick/song.mp3", "nosuchfolder/a.mp3", "-ti",
-                          "-ar", "x", "-ver", "--g", "-tr"},
-                         options);
+    CliResult r = runCli({"--xyz", "/nosuchoption", "/missing-tagwick/song.mp3", "nosuchfolder/a.mp3", "-ti", "-ar",
+                          "x", "-ver", "--g", "-tr"}, {dir.path()});
     EXPECT_EQ(r.status, 0);
-    EXPECT_EQ(r.out,
-              "Unknown delete command xyz\n"
-              "Unknown command nosuchoption\n"
-              "File not found /missing-tagwick/song.mp3\n"
-              "Failed to find the file using 'nosuchfolder/a.mp3'\n"
-              "Unknown command ti\n"
-              "Unknown command tr\n" +
-                  VersionLine + NoTrack);
+    EXPECT_EQ(r.out, "Unknown delete command xyz\nUnknown command nosuchoption\nFile not found /missing-tagwick/song.mp3\n"
+                     "Failed to find the file using 'nosuchfolder/a.mp3'\nUnknown command ti\nUnknown command tr\n" +
+                         VersionLine + NoTrack);
     // Without a log file the Logger writes to standard error, header included.
     EXPECT_EQ(r.err, LogHeader);
 }
@@ -94,15 +85,12 @@ TEST(Cli, ScanMessagesGoToStandardOutputBeforeTheVersionLine) {
 TEST(Cli, EachRunAppendsAHeaderToTheUsersLogAndMessagesEchoWithoutTheDate) {
     const std::string name = "tagwick-e2e-" + std::to_string(getpid()), home = "/Users/" + name;
     const std::string log = home + "/library/logs/tagwick.log";
-    struct RemoveOnExit {
-        std::string path;
-        bool root;
-        ~RemoveOnExit() {
-            std::error_code ignored;
-            std::filesystem::remove_all(path, ignored);
-            if (root) rmdir("/Users");  // only when this test made it (and it is empty)
-        }
-    } cleanup{home, !std::filesystem::exists("/Users")};
+    const bool madeUsers = !std::filesystem::exists("/Users");
+    const std::shared_ptr<void> cleanup(nullptr, [&](void*) {  // runs at the end of the test
+        std::error_code ignored;
+        std::filesystem::remove_all(home, ignored);
+        if (madeUsers) rmdir("/Users");  // only when this test made it (and it is empty)
+    });
     std::error_code error;
     std::filesystem::create_directories(home + "/library/logs", error);
     if (error) GTEST_SKIP() << "cannot create " << home << ": " << error.message();

@@ -18,7 +18,7 @@ namespace fs = std::filesystem;
 
 ByteVec track(std::vector<std::pair<const char*, ByteVec>> frames) {
     V2TagLayout layout;
-    for (auto& [id, payload] : frames) layout.frames.push_back({id, std::move(payload), 0, std::nullopt, false});
+    for (auto& [id, payload] : frames) layout.frames.push_back(v2Frame(id, std::move(payload)));
     return concat({buildV2Tag(layout), buildStream({}, 20)});
 }
 
@@ -34,12 +34,6 @@ std::vector<std::string> filesIn(const TempDir& dir) {
         if (entry.is_regular_file()) out.push_back(fs::relative(entry.path(), dir.path()));
     std::sort(out.begin(), out.end());
     return out;
-}
-
-CliResult runIn(const TempDir& dir, const std::vector<std::string>& args) {
-    CliOptions options;
-    options.workingDir = dir.path();
-    return runCli(args, options);
 }
 
 TEST(Rename, FormatsFoldersAndTheBranchesItFollows) {
@@ -67,7 +61,7 @@ TEST(Rename, FormatsFoldersAndTheBranchesItFollows) {
         writeFile(dir.file("t.mp3"), c.bytes);
         std::vector<std::string> args = {dir.file("t.mp3")};
         args.insert(args.end(), c.options.begin(), c.options.end());
-        CliResult result = runIn(dir, args);
+        CliResult result = runCli(args, {dir.path()});
         EXPECT_EQ(result.status, 0) << c.name << result.err;
         EXPECT_EQ(filesIn(dir), c.files) << c.name;
         EXPECT_EQ(result.out.starts_with("Track information for"), c.options[0] == "-d" || c.options[0] == "-folder")
@@ -81,14 +75,14 @@ TEST(Rename, FailedMoveLeavesTheTrackAndGivesStatus7) {
     TempDir dir;
     ByteVec bytes = song(std::string(300, 'x'));
     writeFile(dir.file("t.mp3"), bytes);
-    CliResult result = runIn(dir, {dir.file("t.mp3"), "-rename"});
+    CliResult result = runCli({dir.file("t.mp3"), "-rename"}, {dir.path()});
     EXPECT_EQ(result.status, 7);
     EXPECT_NE(result.err.find("Failed to rename the file '" + dir.file("t.mp3") + "' to '"), std::string::npos)
         << result.err;
     EXPECT_EQ(filesIn(dir), std::vector<std::string>{"t.mp3"});
     EXPECT_EQ(readFile(dir.file("t.mp3")), bytes);
     writeFile(dir.file("t.mp3"), buildStream({}, 20));  // no title to name it by
-    EXPECT_EQ(runIn(dir, {dir.file("t.mp3"), "-rename"}).status, 7);
+    EXPECT_EQ(runCli({dir.file("t.mp3"), "-rename"}, {dir.path()}).status, 7);
 }
 
 }  // namespace

@@ -3,20 +3,13 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <fcntl.h>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <stdexcept>
-#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
-
-#ifndef TAGWICK_CLI_PATH
-#define TAGWICK_CLI_PATH "tagwickcli"
-#endif
-#ifndef TAGWICK_CORPUS_DIR
-#define TAGWICK_CORPUS_DIR ""
-#endif
 
 extern char** environ;
 
@@ -25,10 +18,8 @@ namespace tagwick::support {
 TempDir::TempDir() {
     const char* base = std::getenv("TMPDIR");
     std::string pattern = std::string(base && *base ? base : "/tmp") + "/tagwick-test.XXXXXX";
-    std::vector<char> buffer(pattern.begin(), pattern.end());
-    buffer.push_back('\0');
-    if (mkdtemp(buffer.data()) == nullptr) throw std::runtime_error("mkdtemp failed");
-    path_ = buffer.data();
+    if (mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("mkdtemp failed");
+    path_ = pattern;
 }
 
 TempDir::~TempDir() {
@@ -37,11 +28,10 @@ TempDir::~TempDir() {
 }
 
 void writeFile(const std::string& path, std::span<const uint8_t> bytes) {
-    FILE* f = std::fopen(path.c_str(), "wb");
-    if (f == nullptr) throw std::runtime_error("cannot create " + path);
-    size_t written = bytes.empty() ? 0 : std::fwrite(bytes.data(), 1, bytes.size(), f);
-    bool closed = std::fclose(f) == 0;
-    if (written != bytes.size() || !closed) throw std::runtime_error("cannot write " + path);
+    std::ofstream out(path, std::ios::binary | std::ios::trunc);
+    out.write(reinterpret_cast<const char*>(bytes.data()), std::streamsize(bytes.size()));
+    out.close();
+    if (!out) throw std::runtime_error("cannot write " + path);
 }
 
 void writeText(const std::string& path, std::string_view text) {
@@ -49,14 +39,8 @@ void writeText(const std::string& path, std::string_view text) {
 }
 
 std::vector<uint8_t> readFile(const std::string& path) {
-    std::vector<uint8_t> out;
-    FILE* f = std::fopen(path.c_str(), "rb");
-    if (f == nullptr) return out;
-    uint8_t buffer[65536];
-    size_t n;
-    while ((n = std::fread(buffer, 1, sizeof buffer, f)) > 0) out.insert(out.end(), buffer, buffer + n);
-    std::fclose(f);
-    return out;
+    std::ifstream in(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
 
 std::string readText(const std::string& path) {
@@ -64,99 +48,78 @@ std::string readText(const std::string& path) {
     return std::string(bytes.begin(), bytes.end());
 }
 
+std::string replaced(std::string text, std::string_view key, std::string_view value) {
+    for (size_t at = text.find(key); at != std::string::npos; at = text.find(key, at + value.size()))
+        text.replace(at, key.size(), value);
+    return text;
+}
+
 namespace {
 
-// A temporary file that the child writes one of its streams into.
-struct CaptureFile {
-    std::string path;
-    int fd = -1;
-    CaptureFile() {
-        const char* base = std::getenv("TMPDIR");
-        std::string pattern = std::string(base && *base ? base : "/tmp") + "/tagwick-capture.XXXXXX";
-        std::vector<char> buffer(pattern.begin(), pattern.end());
-        buffer.push_back('\0');
-        fd = mkstemp(buffer.data());
-        if (fd < 0) throw std::runtime_error("mkstemp failed");
-        path = buffer.data();
-    }
-    ~CaptureFile() {
-        if (fd >= 0) ::close(fd);
-        ::unlink(path.c_str());
-    }
-};
-
+// The test's environment without USER and LOGNAME, with the run's own variables, and with those
+// that load the fault shim when a fault is given.
 std::vector<std::string> childEnvironment(const CliOptions& options) {
-    std::vector<std::string> env;
-    for (char** e = environ; *e != nullptr; ++e) {
-        std::string_view entry = *e;
-        if (entry.starts_with("USER=") || entry.starts_with("LOGNAME=")) continue;
-        if (options.fault && (entry.starts_with("ASAN_OPTIONS=") || entry.starts_with("LD_PRELOAD="))) continue;
-        bool overridden = false;
-        for (const auto& [name, value] : options.env) {
-            if (entry.starts_with(name + "=")) overridden = true;
-        }
-        if (!overridden) env.emplace_back(entry);
-    }
-    if (!options.user.empty()) env.push_back("USER=" + options.user);
-    for (const auto& [name, value] : options.env) env.push_back(name + "=" + value);
+    std::vector<std::pair<std::string, std::string>> vars = options.env;
+    if (!options.user.empty()) vars.emplace_back("USER", options.user);
     if (const std::optional<Fault>& fault = options.fault) {
-        env.push_back(std::string("LD_PRELOAD=") + TAGWICK_FAULT_SHIM_PATH);
         // A sanitizer build wants its runtime first; the shim only passes calls on.
         const char* asan = std::getenv("ASAN_OPTIONS");
-        env.push_back(std::string("ASAN_OPTIONS=") + (asan ? std::string(asan) + ":" : "") + "verify_asan_link_order=0");
-        env.push_back("TAGWICK_FAULT_OP=" + fault->op);
-        env.push_back("TAGWICK_FAULT_PATH=" + fault->path);
-        env.push_back("TAGWICK_FAULT_AFTER=" + std::to_string(fault->after));
-        env.push_back("TAGWICK_FAULT_ERRNO=" + std::to_string(fault->error));
-        if (fault->kill) env.push_back("TAGWICK_FAULT_KILL=1");
+        vars.insert(vars.end(), {{"LD_PRELOAD", TAGWICK_FAULT_SHIM_PATH},
+                                 {"ASAN_OPTIONS", (asan ? std::string(asan) + ":" : "") + "verify_asan_link_order=0"},
+                                 {"TAGWICK_FAULT_OP", fault->op},
+                                 {"TAGWICK_FAULT_PATH", fault->path},
+                                 {"TAGWICK_FAULT_AFTER", std::to_string(fault->after)},
+                                 {"TAGWICK_FAULT_ERRNO", std::to_string(fault->error)}});
+        if (fault->kill) vars.emplace_back("TAGWICK_FAULT_KILL", "1");
     }
+    std::vector<std::string> env;
+    for (char** e = environ; *e != nullptr; ++e) {
+        const std::string_view entry = *e, name = entry.substr(0, entry.find('='));
+        bool dropped = name == "USER" || name == "LOGNAME";
+        for (const auto& var : vars) dropped = dropped || name == var.first;
+        if (!dropped) env.emplace_back(entry);
+    }
+    for (const auto& [name, value] : vars) env.push_back(name + "=" + value);
     return env;
+}
+
+std::vector<char*> pointers(std::vector<std::string>& strings) {
+    std::vector<char*> out;
+    for (std::string& s : strings) out.push_back(s.data());
+    out.push_back(nullptr);
+    return out;
 }
 
 }  // namespace
 
 CliResult runCli(const std::vector<std::string>& args, const CliOptions& options) {
-    CaptureFile out, err;
-    std::vector<std::string> env = childEnvironment(options);
-
-    std::vector<char*> argv;
-    std::string program = options.fault ? TAGWICK_DYNAMIC_CLI_PATH : TAGWICK_CLI_PATH;
-    argv.push_back(program.data());
-    std::vector<std::string> copies(args);
-    for (std::string& a : copies) argv.push_back(a.data());
-    argv.push_back(nullptr);
-    std::vector<char*> envp;
-    for (std::string& e : env) envp.push_back(e.data());
-    envp.push_back(nullptr);
+    TempDir capture;  // the child's standard output and error
+    const std::string outPath = capture.file("out"), errPath = capture.file("err");
+    std::vector<std::string> argv = args, env = childEnvironment(options);
+    argv.insert(argv.begin(), options.fault ? TAGWICK_DYNAMIC_CLI_PATH : TAGWICK_CLI_PATH);
+    std::vector<char*> argp = pointers(argv), envp = pointers(env);
 
     std::fflush(stdout);
     std::fflush(stderr);
     pid_t pid = fork();
     if (pid < 0) throw std::runtime_error("fork failed");
     if (pid == 0) {
-        int devNull = ::open("/dev/null", O_RDONLY);
-        if (devNull >= 0) dup2(devNull, 0);
-        dup2(out.fd, 1);
-        dup2(err.fd, 2);
+        const int in = ::open("/dev/null", O_RDONLY), out = ::open(outPath.c_str(), O_WRONLY | O_CREAT, 0600),
+                  err = ::open(errPath.c_str(), O_WRONLY | O_CREAT, 0600);
+        if (in < 0 || out < 0 || err < 0 || dup2(in, 0) < 0 || dup2(out, 1) < 0 || dup2(err, 2) < 0) _exit(125);
         if (!options.workingDir.empty() && chdir(options.workingDir.c_str()) != 0) _exit(126);
-        execve(argv[0], argv.data(), envp.data());
+        execve(argp[0], argp.data(), envp.data());
         _exit(127);
     }
     int raw = 0;
     while (waitpid(pid, &raw, 0) < 0 && errno == EINTR) {
     }
-    CliResult result;
-    result.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : 128 + WTERMSIG(raw);
-    result.out = readText(out.path);
-    result.err = readText(err.path);
-    return result;
+    return {WIFEXITED(raw) ? WEXITSTATUS(raw) : 128 + WTERMSIG(raw), readText(outPath), readText(errPath)};
 }
 
 std::string corpusFile(std::string_view relative) {
-    std::string dir = TAGWICK_CORPUS_DIR;
-    struct stat st {};
-    if (dir.empty() || ::stat(dir.c_str(), &st) != 0 || !S_ISDIR(st.st_mode)) return "";
-    return dir + "/" + std::string(relative);
+    const std::string dir = TAGWICK_CORPUS_DIR;
+    return !dir.empty() && std::filesystem::is_directory(dir) ? dir + "/" + std::string(relative) : "";
 }
 
 }  // namespace tagwick::support

@@ -31,6 +31,8 @@ void writeText(const std::string& path, std::string_view text);
 // The whole file; empty when it cannot be read.
 std::vector<uint8_t> readFile(const std::string& path);
 std::string readText(const std::string& path);
+// `text` with every `key` replaced by `value`.
+std::string replaced(std::string text, std::string_view key, std::string_view value);
 
 // A file call that fails in the child (see tests/support/shim/fault_shim.cpp).
 struct Fault {
@@ -42,10 +44,10 @@ struct Fault {
 };
 
 struct CliOptions {
-    std::string workingDir;                       // empty: the test's own working folder
+    std::string workingDir = {};                  // empty: the test's own working folder
     std::string user = "tagwick-test-nobody";     // USER for the run (LOGNAME is removed)
-    std::vector<std::pair<std::string, std::string>> env;  // further variables to set
-    std::optional<Fault> fault;                   // loads the fault shim when given
+    std::vector<std::pair<std::string, std::string>> env = {};  // further variables to set
+    std::optional<Fault> fault = {};              // loads the fault shim when given
 };
 
 struct CliResult {
