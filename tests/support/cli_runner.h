@@ -36,7 +36,7 @@ std::string replaced(std::string text, std::string_view key, std::string_view va
 
 // A file call that fails in the child (see tests/support/shim/fault_shim.cpp).
 struct Fault {
-    std::string op;     // write, pwrite, close, rename, copy, truncate, open (creating)
+    std::string op;     // pwrite, copy (copy_file_range), close, rename, open (creating)
     std::string path;   // only calls on files whose path contains this
     long after = 0;     // matching calls that succeed first
     int error = 28;     // ENOSPC

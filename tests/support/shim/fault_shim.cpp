@@ -2,7 +2,7 @@
 // makes one kind of file call fail (or kills the process) once a given number of matching
 // calls have gone through, so a test can prove that a failed or killed save loses nothing.
 //
-//   TAGWICK_FAULT_OP     write | pwrite | close | rename | copy | truncate | open, or several
+//   TAGWICK_FAULT_OP     pwrite | copy | close | rename | open, or several
 //                        of them separated by commas (they share one count)
 //   TAGWICK_FAULT_PATH   only calls on a file whose path contains this text (default: any file)
 //   TAGWICK_FAULT_AFTER  calls that succeed before the first fault (default 0)
@@ -91,20 +91,8 @@ F next(const char* name) {
 
 extern "C" {
 
-ssize_t write(int fd, const void* buffer, size_t count) {
-    static auto real = next<ssize_t (*)(int, const void*, size_t)>("write");
-    if (strikes("write", fdMatches(fd))) return -1;
-    return real(fd, buffer, count);
-}
-
 ssize_t pwrite(int fd, const void* buffer, size_t count, off_t offset) {
     static auto real = next<ssize_t (*)(int, const void*, size_t, off_t)>("pwrite");
-    if (strikes("pwrite", fdMatches(fd))) return -1;
-    return real(fd, buffer, count, offset);
-}
-
-ssize_t pwrite64(int fd, const void* buffer, size_t count, off_t offset) {
-    static auto real = next<ssize_t (*)(int, const void*, size_t, off_t)>("pwrite64");
     if (strikes("pwrite", fdMatches(fd))) return -1;
     return real(fd, buffer, count, offset);
 }
@@ -128,18 +116,6 @@ ssize_t copy_file_range(int in, off_t* inOffset, int out, off_t* outOffset, size
     static auto real = next<ssize_t (*)(int, off_t*, int, off_t*, size_t, unsigned)>("copy_file_range");
     if (strikes("copy", fdMatches(out))) return -1;
     return real(in, inOffset, out, outOffset, length, flags);
-}
-
-int ftruncate(int fd, off_t length) {
-    static auto real = next<int (*)(int, off_t)>("ftruncate");
-    if (strikes("truncate", fdMatches(fd))) return -1;
-    return real(fd, length);
-}
-
-int ftruncate64(int fd, off_t length) {
-    static auto real = next<int (*)(int, off_t)>("ftruncate64");
-    if (strikes("truncate", fdMatches(fd))) return -1;
-    return real(fd, length);
 }
 
 int open(const char* path, int flags, ...) {
