@@ -25,10 +25,6 @@ enum class Written { Yes, NotCreated, Unfinished };
 // Writes one picture, giving the message when its file cannot be created or written; an
 // unfinished file is removed again.
 Written writePicture(const std::string& name, const Picture& picture) {
-    if (name.size() > NameLimit) {
-        Logger::log(LogError, "Failed to write the tag image to the file '%s' (%d)", name.c_str(), ENAMETOOLONG);
-        return Written::NotCreated;
-    }
     ExportFile file;
     if (!file.create(name)) {
         Logger::log(LogError, "Failed to write the tag image to the file '%s' (%d)", name.c_str(), errno);
@@ -57,13 +53,19 @@ PictureExtensions pictureExtensions(char formatLetter) {
 std::string pictureFileName(const std::string& target, bool targetIsFolder, int index,
                             const PictureExtensions& extensions) {
     const std::string number = index >= 1 ? format("%d", index) : std::string();
-    if (targetIsFolder) return target + "/Picture" + number + std::string(extensions.preferred);
+    std::string name;
     std::string_view extension = targetExtension(target);
-    if (equalsNoCase(extension, extensions.preferred) || equalsNoCase(extension, extensions.accepted)) {
+    if (targetIsFolder) {
+        name = target + "/Picture" + number + std::string(extensions.preferred);
+    } else if (equalsNoCase(extension, extensions.preferred) || equalsNoCase(extension, extensions.accepted)) {
         std::string_view stem = std::string_view(target).substr(0, target.size() - extension.size());
-        return std::string(stem) + number + std::string(extension);
+        name = std::string(stem) + number + std::string(extension);
+    } else {
+        name = target + number + std::string(extensions.preferred);
     }
-    return target + number + std::string(extensions.preferred);
+    // Names are built in a buffer of 1024 bytes: a longer one is cut.
+    if (name.size() > NameLimit) name.resize(NameLimit);
+    return name;
 }
 
 ExportStatus exportPictures(const ID3Tag* track, const std::string& target, bool all) {

@@ -23,6 +23,7 @@ PictureExtensions pictureExtensions(char formatLetter);
 // an existing folder gets "<folder>/Picture<n><preferred>"; a target ending in the preferred
 // or the accepted extension (any letter case) gets the number before its own extension;
 // any other target gets the number and the preferred extension after it ("cover.bmp.jpg").
+// A name longer than 1023 bytes is cut.
 std::string pictureFileName(const std::string& target, bool targetIsFolder, int index,
                             const PictureExtensions& extensions);
 

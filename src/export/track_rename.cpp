@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <ctime>
+#include <new>
 #include <fcntl.h>
 #include <optional>
 #include <sys/stat.h>
@@ -12,7 +13,6 @@
 #include "base/files.h"
 #include "base/logger.h"
 #include "base/text.h"
-#include "export/export_file.h"
 #include "tags/id3_tag.h"
 
 namespace tagwick {
@@ -118,26 +118,6 @@ std::string todayPrefix() {
     return format("%04d%02d%02d-", local.tm_year + 1900, local.tm_mon + 1, local.tm_mday);
 }
 
-// True when `path` is the file `wanted` already numbered: "<stem>-<n><extension>" with n from
-// 1 to 98 in the same folder. Renaming it would only give it the next free number.
-bool carriesNumberedName(const std::string& path, const std::string& wanted) {
-    std::string_view name = fileNamePart(path.c_str());
-    std::string_view wantedName = fileNamePart(wanted.c_str());
-    size_t dot = wantedName.find_last_of('.');
-    std::string_view stem = wantedName.substr(0, dot);
-    std::string_view extension = dot == std::string_view::npos ? std::string_view() : wantedName.substr(dot);
-    if (!name.starts_with(stem) || !name.ends_with(extension) || name.size() <= stem.size() + extension.size() + 1)
-        return false;
-    std::string_view number = name.substr(stem.size(), name.size() - stem.size() - extension.size());
-    if (number.front() != '-' || number.size() > 3) return false;
-    number.remove_prefix(1);
-    for (char c : number)
-        if (!std::isdigit(static_cast<unsigned char>(c))) return false;
-    const int n = std::stoi(std::string(number));
-    return n >= 1 && n <= 98 && number.front() != '0' &&
-           sameFile(directoryPart(path.c_str()), directoryPart(wanted.c_str()));
-}
-
 // Renames without ever replacing a file at `to`; 0 or the error number.
 int renameWithoutReplacing(const std::string& from, const std::string& to) {
     if (renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return 0;
@@ -191,8 +171,10 @@ std::string expandNameFormat(const ID3Tag& track, std::string_view format, bool 
     return out;
 }
 
-bool renameByTag(ID3Tag& track, bool withTrackNumber, bool datePrefix, bool toFolder, bool utf8,
-                 std::string_view format) {
+namespace {
+
+bool placeByTag(ID3Tag& track, bool withTrackNumber, bool datePrefix, bool toFolder, bool utf8,
+                std::string_view format) {
     if (!format.empty()) {
         std::string name = expandNameFormat(track, format, utf8);
         const size_t slash = name.find_last_of('/');
@@ -209,36 +191,36 @@ bool renameByTag(ID3Tag& track, bool withTrackNumber, bool datePrefix, bool toFo
     return moveTrack(track, datePrefix, numbered ? tag.trackNumber : 0, nameField(tag.title, utf8), folder);
 }
 
-bool moveTrack(ID3Tag& track, bool datePrefix, int trackNumber, const std::string& newName,
-               const std::string& folder) {
-    if (track.path.empty()) return false;
-    if (newName.empty()) {
-        Logger::log(LogError, "No name for the file '%s' was found in its tags", track.path.c_str());
+}  // namespace
+
+bool renameByTag(ID3Tag& track, bool withTrackNumber, bool datePrefix, bool toFolder, bool utf8,
+                 std::string_view format) {
+    try {
+        return placeByTag(track, withTrackNumber, datePrefix, toFolder, utf8, format);
+    } catch (const std::bad_alloc&) {
+        Logger::log(LogError, "Failed to rename the file");
         return false;
     }
+}
+
+bool moveTrack(ID3Tag& track, bool datePrefix, int trackNumber, const std::string& newName,
+               const std::string& folder) {
+    if (track.path.empty() || newName.empty()) return false;
     std::string destination = destinationFolder(track.path, folder);
     if (!destination.ends_with('/')) destination += '/';
     if (datePrefix) destination += todayPrefix();
     if (trackNumber != 0) destination += format("%02d-", trackNumber);
     destination += newName;
     if (std::string extension = fileExtension(track.path.c_str()); !extension.empty())
-        destination += "." + extension.substr(0, ExtensionLimit);
-    if (destination.size() > NameLimit) {
-        Logger::log(LogError, "Failed to rename the file");
-        return false;
-    }
+        destination.append(".").append(extension, 0, ExtensionLimit);
+    if (destination.size() > NameLimit) destination.resize(NameLimit);
 
     if (destination == track.path || sameFile(destination, track.path)) return true;
     std::optional<std::string> freeName = uniqueFileName(destination.c_str());
-    // With every numbered name taken the track keeps its name; so does a track that already
-    // carries a numbered form of a taken name.
+    // With every numbered name taken the track keeps its name.
     if (!freeName) return true;
-    if (*freeName != destination && carriesNumberedName(track.path, destination)) return true;
-    if (int error = renameTrackFile(track.path, *freeName); error != 0) {
-        Logger::log(LogError, "Failed to rename the file '%s' to '%s' (%d)", track.path.c_str(), freeName->c_str(),
-                    error);
-        return false;
-    }
+    // The caller reports a failed move by its status alone.
+    if (renameTrackFile(track.path, *freeName) != 0) return false;
     track.path = *freeName;
     return true;
 }

@@ -78,6 +78,10 @@ TEST(ImageProbe, SizeAndComplaint) {
     }
 }
 
+TEST(PictureFileName, LongNameIsCutTo1023Bytes) {
+    EXPECT_EQ(pictureFileName(std::string(1020, 'a'), false, 0, pictureExtensions('j')), std::string(1020, 'a') + ".jp");
+}
+
 TEST(ImageKind, FromTheFirstBytes) {
     // The little-endian TIFF mark is not recognised here.
     for (auto [bytes, kind] : std::vector<std::pair<ByteVec, int>>{
@@ -184,7 +188,7 @@ TEST(NameFormat, EverySequence) {
     EXPECT_EQ(expandNameFormat(track, "%n", false), "0007");
 }
 
-TEST(MoveTrack, NeverReplacesAndKeepsANumberedName) {
+TEST(MoveTrack, NeverReplacesAndTakesTheNextFreeName) {
     TempDir dir;
     writeText(dir.file("Song.mp3"), "other");
     ID3Tag track;
@@ -193,9 +197,9 @@ TEST(MoveTrack, NeverReplacesAndKeepsANumberedName) {
     ASSERT_TRUE(moveTrack(track, false, 0, "Song", ""));
     EXPECT_EQ(track.path, dir.file("Song-1.mp3"));
     EXPECT_EQ(readText(dir.file("Song.mp3")), "other");
-    // Asked again, the name is already right, numbered as it is.
+    // Asked again, its own numbered name counts as taken too.
     ASSERT_TRUE(moveTrack(track, false, 0, "Song", ""));
-    EXPECT_EQ(track.path, dir.file("Song-1.mp3"));
+    EXPECT_EQ(track.path, dir.file("Song-2.mp3"));
     // Once the name is free the track takes it.
     fs::remove(dir.file("Song.mp3"));
     ASSERT_TRUE(moveTrack(track, false, 0, "Song", ""));
