@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cstdint>
+#include <exception>
 #include <string>
 
 #include "base/bytes.h"
@@ -163,7 +164,12 @@ private:
 int copyAiff(const ID3Tag& track, FileReader& source, FileWriter& output, std::string_view stopAfter,
              std::string_view resumeAfter) {
     if (!track.isAiff) return NothingToDo;
-    return ChunkCopy(track, source, output, stopAfter, resumeAfter).run();
+    try {
+        return ChunkCopy(track, source, output, stopAfter, resumeAfter).run();
+    } catch (const std::exception&) {
+        Logger::log(LogError, "Failed to copy the AIFF data");
+        return AiffNotCopied;
+    }
 }
 
 int writeAiffWithTag(const ID3Tag& track, FileReader& source, FileWriter& output, int version, bool convert,
