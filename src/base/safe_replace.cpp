@@ -94,6 +94,12 @@ int copyToFreedesktopTrash(const char* path, const std::string& trash) {
 
 }  // namespace
 
+std::string fileBehindLink(const std::string& path) {
+    struct stat info {};
+    if (::lstat(path.c_str(), &info) != 0 || !S_ISLNK(info.st_mode)) return path;
+    return absolutePath(path.c_str());
+}
+
 FileDates saveFileDates(const char* path) {
     FileDates dates;
     struct stat info {};
@@ -145,10 +151,11 @@ SiblingTempFile::~SiblingTempFile() {
     if (created_ && !name_.empty()) ::unlink(name_.c_str());
 }
 
-SiblingTempFile SiblingTempFile::create(const std::string& path, mode_t mode) {
+SiblingTempFile SiblingTempFile::create(const std::string& path, mode_t mode, uid_t owner, gid_t group) {
+    const std::string file = fileBehindLink(path);
     SiblingTempFile temp;
     for (int i = 0; i < SiblingTempCount; ++i) {
-        temp.name_ = format("%s.t%d", path.c_str(), i);
+        temp.name_ = format("%s.t%d", file.c_str(), i);
         if (pathExists(temp.name_.c_str())) continue;
         // Exclusive: a name taken between the test and the create is never truncated.
         int fd = ::open(temp.name_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode & 07777);
@@ -158,7 +165,10 @@ SiblingTempFile SiblingTempFile::create(const std::string& path, mode_t mode) {
         }
         temp.fd_ = UniqueFd(fd);
         temp.created_ = true;
-        // The umask may have taken bits away; the copy gets the original's permissions.
+        // Owner and group only where the process may give them (the group alone may still be
+        // allowed); the permissions last, as a change of owner may clear some of them, and
+        // because the umask may have taken bits away.
+        if (::fchown(fd, owner, group) != 0) (void)::fchown(fd, uid_t(-1), group);
         ::fchmod(fd, mode & 07777);
         return temp;
     }
@@ -179,7 +189,7 @@ int copyFileReplacing(const char* source, const char* destination) {
     FileWriter out(temporary.fd());
     if (!out.copyFrom(in.fd(), 0, in.size()) || !out.flush()) return out.error() ? out.error() : EIO;
     if (!temporary.close()) return errno ? errno : EIO;
-    if (std::rename(temporary.name().c_str(), destination) != 0) return errno;
+    if (std::rename(temporary.name().c_str(), fileBehindLink(destination).c_str()) != 0) return errno;
     temporary.keep();
     return CopyOk;
 }
@@ -201,8 +211,10 @@ int copyToTrash(const char* path) {
 }
 
 bool replaceWithTemporary(const char* temporaryPath, const char* targetPath, bool toTrash) {
+    // Through a link, the file it points to is the original: it goes to the trash and is replaced.
+    const std::string file = fileBehindLink(targetPath);
     if (toTrash) {
-        const int result = copyToTrash(targetPath);
+        const int result = copyToTrash(file.c_str());
         if (result != CopyOk) Logger::log(LogError, "Error moving the original to the trash (%d)", result);
     }
     // The original is replaced in one rename rather than deleted first, but a track that has
@@ -211,9 +223,9 @@ bool replaceWithTemporary(const char* temporaryPath, const char* targetPath, boo
         Logger::log(LogError, "Failed to remove the original file '%s' (%d)", targetPath, ENOENT);
         return false;
     }
-    if (std::rename(temporaryPath, targetPath) == 0) return true;
+    if (std::rename(temporaryPath, file.c_str()) == 0) return true;
     ::usleep(RetryPauseMicroseconds);
-    if (std::rename(temporaryPath, targetPath) == 0) return true;
+    if (std::rename(temporaryPath, file.c_str()) == 0) return true;
     Logger::log(LogError, "Failed to replace the temporary file from '%s' to '%s' (%d)", temporaryPath, targetPath,
                 errno);
     return false;

@@ -29,9 +29,14 @@ int restoreFileDates(const char* path, const FileDates& dates);
 // logged.
 bool isWriteProtected(const char* path);
 
-// A new file beside `path`: the first free name of "<path>.t0" .. "<path>.t99", created
-// exclusively with the given permission bits. The file is removed when the object goes away
-// unless keep() was called (after it was renamed into place).
+// The file a save replaces for `path`: a symbolic link is followed to the file it points to, so
+// that the link stays a link; any other path is itself.
+std::string fileBehindLink(const std::string& path);
+
+// A new file beside the file behind `path` (fileBehindLink): the first free name of
+// "<file>.t0" .. "<file>.t99", created exclusively with the given permission bits and, where the
+// process may set them, the given owner and group. The file is removed when the object goes
+// away unless keep() was called (after it was renamed into place).
 class SiblingTempFile {
 public:
     SiblingTempFile() = default;
@@ -43,7 +48,8 @@ public:
 
     // Invalid when no name is free or the create failed (errno tells why; name() holds the last
     // name tried).
-    static SiblingTempFile create(const std::string& path, mode_t mode);
+    static SiblingTempFile create(const std::string& path, mode_t mode, uid_t owner = uid_t(-1),
+                                  gid_t group = gid_t(-1));
 
     bool valid() const { return fd_.valid(); }
     int fd() const { return fd_.get(); }
@@ -59,13 +65,13 @@ private:
     bool created_ = false;
 };
 
-// Puts `temporaryPath` in the place of `targetPath` in one rename, so that the track is never
-// missing: a process killed at any moment leaves the old file or the new one. With `toTrash`,
-// a copy of the original goes to the user's trash first (a failed copy only logs). The target
-// must still exist. Logs its failures; the caller removes the temporary file when this fails.
+// Puts `temporaryPath` in the place of the file behind `targetPath` in one rename, so that the
+// track is never missing: a process killed at any moment leaves the old file or the new one.
+// With `toTrash`, a copy of the original goes to the user's trash first (a failed copy only
+// logs). The target must still exist. Logs its failures; the caller removes the temporary file when this fails.
 bool replaceWithTemporary(const char* temporaryPath, const char* targetPath, bool toTrash);
 
-// Copies `source` to `destination` through a temporary file beside the destination that is
+// Copies `source` to (the file behind) `destination` through a temporary file beside it that is
 // renamed over it once complete, so a failed copy never leaves half a file. Returns -1 on
 // success, else the error number.
 int copyFileReplacing(const char* source, const char* destination);

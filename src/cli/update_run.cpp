@@ -194,12 +194,9 @@ TrackStatus runTagDataExport(const TagUpdate& update, const std::string& path) {
         std::printf("Failed to write the tag data to the file '%s' (%d)\n", target->c_str(), errno);
         return TrackStatus::ExportNotWritable;
     }
+    // A track that cannot be opened leaves the target as it was made: empty.
     ID3Tag track;
-    if (!openTrackForRun(track, update, path)) {
-        out.close();
-        ::unlink(target->c_str());
-        return TrackStatus::NotOpened;
-    }
+    if (!openTrackForRun(track, update, path)) return TrackStatus::NotOpened;
 
     std::vector<uint8_t> bytes;
     if (track.v2Present) {

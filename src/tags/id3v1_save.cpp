@@ -51,14 +51,16 @@ void readRecordInto(ID3Tag& reading, const std::string& path, Bytes record) {
 }
 
 // Reads the record back and compares it with the record that was written, both read by the
-// same rules (so that a genre of 255, written as it is and read as 12, is no difference).
+// same rules (so that a genre of 255, written as it is and read as 12, is no difference). The
+// written side keeps the track's loaded state, whose difference the comparison reports.
 // A file that cannot be opened again counts as saved.
-int verifyV1(const V1Record& written, const std::string& path) {
+int verifyV1(const ID3Tag& track, const V1Record& written, const std::string& path) {
     UniqueFd fd(openLeavingAccessTime(path.c_str(), O_RDONLY | O_CLOEXEC));
     if (!fd.valid()) return TagSaved;
     const auto stored = lastRecord(fd.get(), ::lseek(fd.get(), 0, SEEK_END));
     ID3Tag expected, actual;
     readRecordInto(expected, path, written);
+    expected.v1Found = track.v1Found;
     if (stored) readRecordInto(actual, path, *stored);
     const int code = compareV1(expected, actual);
     if (code == 0) return TagSaved;
@@ -90,7 +92,7 @@ int updateV1(ID3Tag& track, bool removeApeFirst, bool keepDates, bool convert, c
     if (!fd.close() && result == TagSaved) result = TagNotWritten;
     if (result != TagSaved) return result;
     // The dates go back after the read-back, which would otherwise leave its access time.
-    const int verified = verifyV1(record, path);
+    const int verified = verifyV1(track, record, path);
     if (keepDates) restoreFileDates(path.c_str(), dates);
     return verified;
 }

@@ -27,9 +27,11 @@ namespace {
 constexpr size_t TagHeaderSize = 10;
 constexpr int HighestMode = 2;
 
-mode_t permissionsOf(int fd) {
+// A new file beside the track (or the output file) with the track's permissions, owner and group.
+SiblingTempFile newFileLike(const std::string& path, int originalFd) {
     struct stat info {};
-    return ::fstat(fd, &info) == 0 ? info.st_mode & 07777 : 0644;
+    if (::fstat(originalFd, &info) != 0) return SiblingTempFile::create(path, 0644);
+    return SiblingTempFile::create(path, info.st_mode & 07777, info.st_uid, info.st_gid);
 }
 
 // Where the audio data begins: after the tag at the file's start, never past the end.
@@ -56,7 +58,7 @@ bool refusesChanges(const std::string& path) {
 // A named output file gets the new file in one rename as well, so a failed save never leaves
 // half of it there.
 bool moveIntoPlace(const std::string& temporary, const std::string& outPath) {
-    if (std::rename(temporary.c_str(), outPath.c_str()) == 0) return true;
+    if (std::rename(temporary.c_str(), fileBehindLink(outPath).c_str()) == 0) return true;
     Logger::log(LogError, "Failed to replace the temporary file from '%s' to '%s' (%d)", temporary.c_str(),
                 outPath.c_str(), errno);
     return false;
@@ -110,8 +112,7 @@ int updateV2(ID3Tag& track, bool trash, int version, bool keepDates, bool conver
         return SourceNotOpenable;
     }
     // The new file is made beside the track, or beside the output file when one is named.
-    SiblingTempFile output = SiblingTempFile::create(outPath.empty() ? track.path : outPath,
-                                                     permissionsOf(source.fd()));
+    SiblingTempFile output = newFileLike(outPath.empty() ? track.path : outPath, source.fd());
     if (!output.valid()) {
         Logger::log(LogError, "Failed to open the output file '%s' (error: %s)",
                     (outPath.empty() ? output.name() : outPath).c_str(), errorText(errno).c_str());
@@ -161,7 +162,7 @@ int removeV2(ID3Tag& track, bool trash, bool keepDates, const std::string& given
         Logger::log(LogError, "%s", NotAltered);
         return SourceNotOpenable;
     }
-    SiblingTempFile temporary = SiblingTempFile::create(path, permissionsOf(source.fd()));
+    SiblingTempFile temporary = newFileLike(path, source.fd());
     if (!temporary.valid()) {
         Logger::log(LogError, "Failed to open the temporary file to remove the version 2 tag (error: %s)",
                     errorText(errno).c_str());
