@@ -42,9 +42,7 @@ ByteVec textPayload(uint8_t encoding, std::span<const uint8_t> text) {
 }
 
 ByteVec latin1Payload(std::string_view text) {
-    ByteVec out{0};
-    append(out, text);
-    return out;
+    return textPayload(0, {reinterpret_cast<const uint8_t*>(text.data()), text.size()});
 }
 
 ByteVec commentPayload(uint8_t encoding, std::string_view language, std::span<const uint8_t> description,

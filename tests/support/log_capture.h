@@ -39,30 +39,22 @@ public:
         return std::string(buffer_, size_);
     }
 
-    // Lines of the form "YYYY-MM-DD hh:mm:ss [L]: message"; header lines without a prefix are skipped.
-    std::vector<Line> lines() const {
-        std::vector<Line> out;
+    // The message of every line "YYYY-MM-DD hh:mm:ss [L]: message"; header lines without a prefix are skipped.
+    std::vector<std::string> messages() const {
+        std::vector<std::string> out;
         std::istringstream all(text());
         for (std::string line; std::getline(all, line);) {
-            size_t open = line.find(" [");
-            size_t close = line.find("]: ");
-            if (open == std::string::npos || close != open + 3) continue;
-            out.push_back({int(std::string_view("XEWSNVD").find(line[open + 2])), line.substr(close + 3)});
+            const size_t close = line.find("]: ");
+            if (close != std::string::npos && close >= 3 && line.compare(close - 3, 2, " [") == 0)
+                out.push_back(line.substr(close + 3));
         }
         return out;
     }
 
-    std::vector<std::string> messages() const {
-        std::vector<std::string> out;
-        for (const Line& line : lines()) out.push_back(line.message);
-        return out;
-    }
-
-    // A line at exactly this level with exactly this message.
+    // A line at exactly this level (0 none, 1 error ... 6 debug) with exactly this message.
     bool has(int level, std::string_view message) const {
-        for (const Line& line : lines())
-            if (line.level == level && line.message == message) return true;
-        return false;
+        const std::string line = std::string(" [") + "XEWSNVD"[level] + "]: " + std::string(message) + "\n";
+        return text().find(line) != std::string::npos;
     }
 
 private:

@@ -169,7 +169,6 @@ ByteVec buildVbriFrame(const FrameLayout& layout, const VbriLayout& vbri) {
 ByteVec buildStream(const FrameLayout& layout, size_t count) {
     const ByteVec frame = buildFrame(layout);
     ByteVec out;
-    out.reserve(frame.size() * count);
     for (size_t i = 0; i < count; ++i) append(out, frame);
     return out;
 }
@@ -202,10 +201,7 @@ void appendLe32(ByteVec& out, uint32_t v) {
 
 void appendApeBlock(ByteVec& out, uint32_t size, uint32_t count, uint32_t flags) {
     append(out, bytesOf("APETAGEX"));
-    appendLe32(out, 2000);
-    appendLe32(out, size);
-    appendLe32(out, count);
-    appendLe32(out, flags);
+    for (uint32_t field : {2000u, size, count, flags}) appendLe32(out, field);
     out.insert(out.end(), 8, 0);
 }
 

@@ -230,28 +230,6 @@ TEST(Id3v2Fields, ValueRules) {
     EXPECT_TRUE(log.has(LogError, "Invalid picture MIME "));
 }
 
-// A handful of real tags from the sample corpus.
-TEST(Id3v2Fields, CorpusSamples) {
-    struct Case {
-        const char* file;
-        Facts facts;
-        int mode = 0;
-    };
-    for (const Case& c : std::vector<Case>{
-             {"taglib-sharp/sample_v2_4_unsynch.mp3",
-              {{"title", "MP3 title unicode (\u12a2\u1275\u12ee\u1335\u12eb)"}, {"genre", "Acid Punk"}}},
-             {"rust-id3/github-issue-86a.id3", {{"status", "0"}, {"kept", "TFLT TSIZ USER PRIV PRIV PRIV PRIV PRIV"}}, 2},
-         }) {
-        std::string path = corpusFile(c.file);
-        if (path.empty()) GTEST_SKIP() << "corpus folder absent";
-        ByteVec file = readFile(path);
-        uint32_t size = tagSizeFromHeader(file);
-        ASSERT_NE(size, 0u) << c.file;
-        expectFacts(factsOf(parse(ByteVec(file.begin(), file.begin() + std::min<size_t>(size, file.size())), c.mode)),
-                    c.facts);
-    }
-}
-
 // ---------------------------------------------------------------- the writer
 
 TextValue latin(std::string text) { return TextValue::latin1(std::move(text)); }
@@ -428,7 +406,7 @@ TEST(CompareV2, FlagMessagesAndTracksWithoutVersion2Data) {
     a.v2Found = a.v2Present = true;
     LogCapture log;
     EXPECT_EQ(compareV2(a, b, 4), 0);
-    EXPECT_EQ(log.lines().size(), 2u);
+    EXPECT_EQ(log.messages().size(), 2u);
     EXPECT_TRUE(log.has(LogProgress, "Comparing V2 loaded state failed (1 != 0)"));
     EXPECT_TRUE(log.has(LogWarning, "Comparing V2 enabled state failed (1 != 0)"));
     b.v2Present = true;
@@ -463,8 +441,7 @@ TEST(V2WriterInterop, MutagenReadsWhatWasWritten) {
     Id3v2Tag fields;
     fields.title = TextValue::fromUtf8("H\u00e9llo \u263a");
     fields.artist = latin("Artist");
-    fields.album = TextValue::fromUtf8("Alb\u00fcm");
-    fields.trackNumber = 3, fields.trackTotal = 12, fields.setNumber = 1, fields.setTotal = 2;
+    fields.trackNumber = 3, fields.trackTotal = 12;
     fields.genre = latin("rock");
     fields.year = "2006";
     fields.comment = TextValue::fromUtf8("\u00c7omment \u263a");
@@ -485,12 +462,10 @@ TEST(V2WriterInterop, MutagenReadsWhatWasWritten) {
                                                  "APIC=other,  (image/png, " +
                                                  std::to_string(fields.pictures[0].data.size()) + " bytes)\n"
                                                  "COMM==eng=" + comment + "\n"
-                                                 "TALB=Alb\u00fcm\n"
                                                  "TCON=Rock\n"
                                                  "TDRC=2006\n"
                                                  "TIT2=H\u00e9llo \u263a\n"
                                                  "TPE1=Artist\n"
-                                                 "TPOS=1/2\n"
                                                  "TRCK=3/12\n"
                                                  "USLT==eng=La la\n");
     }
