@@ -15,11 +15,6 @@ namespace tagwick::support {
 
 class LogCapture {
 public:
-    struct Line {
-        int level;
-        std::string message;
-    };
-
     explicit LogCapture(unsigned maxLevel = 3) : file_(open_memstream(&buffer_, &size_)) {
         Logger::resetForTests();
         Logger::attach(maxLevel, file_, "", false, 3);
@@ -39,22 +34,28 @@ public:
         return std::string(buffer_, size_);
     }
 
-    // The message of every line "YYYY-MM-DD hh:mm:ss [L]: message"; header lines without a prefix are skipped.
+    // Everything written, each line "YYYY-MM-DD hh:mm:ss [L]: message" without its date.
+    std::string undated() const {
+        std::string out;
+        std::istringstream all(text());
+        for (std::string line; std::getline(all, line);)
+            out += (line.size() > 20 && line.compare(19, 2, " [") == 0 ? line.substr(20) : line) + "\n";
+        return out;
+    }
+
+    // The message of every line with a level; header lines without one are skipped.
     std::vector<std::string> messages() const {
         std::vector<std::string> out;
-        std::istringstream all(text());
-        for (std::string line; std::getline(all, line);) {
-            const size_t close = line.find("]: ");
-            if (close != std::string::npos && close >= 3 && line.compare(close - 3, 2, " [") == 0)
-                out.push_back(line.substr(close + 3));
-        }
+        std::istringstream all(undated());
+        for (std::string line; std::getline(all, line);)
+            if (line.size() >= 5 && line[0] == '[' && line.compare(2, 3, "]: ") == 0) out.push_back(line.substr(5));
         return out;
     }
 
     // A line at exactly this level (0 none, 1 error ... 6 debug) with exactly this message.
     bool has(int level, std::string_view message) const {
-        const std::string line = std::string(" [") + "XEWSNVD"[level] + "]: " + std::string(message) + "\n";
-        return text().find(line) != std::string::npos;
+        const std::string line = std::string("\n[") + "XEWSNVD"[level] + "]: " + std::string(message) + "\n";
+        return ("\n" + undated()).find(line) != std::string::npos;
     }
 
 private:

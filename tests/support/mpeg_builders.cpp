@@ -123,10 +123,7 @@ void refreshCrc(ByteVec& frame, const FrameLayout& layout) {
 
 void putBe32(ByteVec& frame, size_t at, uint32_t value) {
     ensureRoom(frame, at, 4);
-    frame[at] = uint8_t(value >> 24);
-    frame[at + 1] = uint8_t(value >> 16);
-    frame[at + 2] = uint8_t(value >> 8);
-    frame[at + 3] = uint8_t(value);
+    for (size_t i = 0; i < 4; ++i) frame[at + i] = uint8_t(value >> (24 - 8 * i));
 }
 
 ByteVec buildFrame(const FrameLayout& layout) {
