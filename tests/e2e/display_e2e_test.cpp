@@ -40,96 +40,86 @@ ByteVec lyingAiff() {
     return buildAiff(layout);
 }
 
-struct Shown {
-    const char* name;
-    const char* file;
-    ByteVec (*bytes)();
-    std::vector<std::string> options;
-    std::string expected;  // "{path}" and "{dir}" stand for the track's path and folder
-};
-
-class Display : public testing::TestWithParam<Shown> {};
-
-TEST_P(Display, ShowsExactlyThis) {
-    TempDir dir;
-    std::string path = dir.file(GetParam().file);
-    writeFile(path, GetParam().bytes());
-    std::vector<std::string> args = GetParam().options;
-    args.push_back(path);
-    CliResult result = runCli(args);
-    EXPECT_EQ(result.status, 0);  // even for a track that cannot be read
-    EXPECT_EQ(result.out, replaced(replaced(GetParam().expected, "{path}", path), "{dir}", dir.path()));
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Tracks, Display,
-    testing::Values(
-        Shown{"V2WithoutTrackNumberUfidOwnerOrImages", "hello.mp3",
-              [] {
-                  return concat({v2Tag({latin1Frame("TIT2", "Hello"), latin1Frame("TPE1", "World"),
-                                        v2Frame("UFID", ufidPayload("", bytesOf("id-1")))}),
-                                 buildStream({}, 20)});
-              },
-              {"-d", "-imd"},
-              Header + "\nNo ID3 Version 1 tag found\n\nID3 Version 2 tag data:\n Title: Hello\n Artist: World\n"
-                       " Album: \n Year: \n Genre: \n Comment: \n Composer: \n Copyright: \n Original artist: \n"
-                       " Compilation: No\n Picture count: 0\n Lyrics: No\n Conductor: \n Lyricist: \n"
-                       " Orchestra/Album artist: \n Publisher: \n Content: \n Subtitle: \n Podcast: No\n"
-                       " Podcast ID: \n Podcast description: \n Advisory: \n UFID: Default id-1\n\nNo images found\n"},
+TEST(Display, ShowsExactlyThis) {
+    struct Shown {
+        const char* name;
+        const char* file;
+        ByteVec bytes;
+        std::vector<std::string> options;
+        std::string expected;  // "{path}" and "{dir}" stand for the track's path and folder
+    };
+    const ByteVec pictures = v2Tag({v2Frame("APIC", apicPayload("image/jpeg", 4, "back", jpegImage(640, 480))),
+                                    v2Frame("APIC", apicPayload("image/x-odd", 0, "", ByteVec(8, 1))),
+                                    v2Frame("APIC", apicPayload("image/png", 3, "", pngImage(300, 200)))});
+    const std::vector<Shown> cases = {
+        {"V2WithoutTrackNumberUfidOwnerOrImages", "hello.mp3",
+         concat({v2Tag({latin1Frame("TIT2", "Hello"), latin1Frame("TPE1", "World"),
+                        v2Frame("UFID", ufidPayload("", bytesOf("id-1")))}),
+                 buildStream({}, 20)}),
+         {"-d", "-imd"},
+         Header + "\nNo ID3 Version 1 tag found\n\nID3 Version 2 tag data:\n Title: Hello\n Artist: World\n"
+                  " Album: \n Year: \n Genre: \n Comment: \n Composer: \n Copyright: \n Original artist: \n"
+                  " Compilation: No\n Picture count: 0\n Lyrics: No\n Conductor: \n Lyricist: \n"
+                  " Orchestra/Album artist: \n Publisher: \n Content: \n Subtitle: \n Podcast: No\n"
+                  " Podcast ID: \n Podcast description: \n Advisory: \n UFID: Default id-1\n\nNo images found\n"},
         // Texts in three encodings, line breaks and the version 1 record's bytes shown as they are.
-        Shown{"EveryField", "full.mp3", everyFieldTrack, {"-d", "-m"},
-              Header + "\nID3 Version 1 tag data:\n Track: 5\n Title: Caf\xE9 V1 <1>\n Artist: Band\n Album: Record\n"
-                       " Year: 1999\n Genre: Rock\n Comment: Two\nlines\n\nID3 Version 2 tag data:\n Track: 3 of 12\n"
-                       " Title: Rock & \"Roll\" <live> 'x' Καλημέρα\n Artist: Björk\n Album: Café Album\n Year: 2004\n"
-                       " Genre: Rock\n Comment: First line\r\nSecond\n\nThird\rFourth & more\n Composer: Com,poser\n"
-                       " Copyright: Line\nbreak\n Original artist:  Someone\n Encoded by: \tEncoder\\Person\n"
-                       " URL: http://example.com/track?a=1&b=2\n Compilation: Yes\n Picture count: 7\n Lyrics: Yes\n"
-                       " Conductor: The Conductor\n Lyricist: O'Brien\n Orchestra/Album artist: The Orchestra\n"
-                       " Publisher: He said \"hi\"\n Content: The Group\n Subtitle: Sub\ntitle\n Set/Disc: 1 of 2\n"
-                       " ISRC: USABC0400001\n Record time: 2004-05-06T07:08:09\n Release time: 2004-07-08T10:11\n"
-                       " Initial key: Am\n BPM: 120\n Artist URL: http://example.com/artist\n Podcast: Yes\n"
-                       " Podcast ID: pod-42\n Podcast feed: http://example.com/feed\n"
-                       " Podcast description: Pod\r\n\r\ndescription\n Advisory: Clean lyrics\n Mood: Calm\n"
-                       " Produced notice: 2004 Producer\n ISWC: T-034.524.680-1\n UFID: http://example.org abc\n"
-                       "\nFile information:\n Location: {dir}\n Size: 9.00 KB (9793 bytes)\n Length: 0 seconds\n"
-                       " Type: MPEG-1 layer 3\n Bitrate: 128 kbps (CBR)\n Frequency: 44.100 kHz\n"
-                       " Channels: Stereo\n Copyright: No\n Original: No\n Frames: 20\n Header size: 1325 bytes\n"
-                       " Tag version: V1 and V2.4 (podcast)\n"},
+        {"EveryField", "full.mp3", everyFieldTrack(), {"-d", "-m"},
+         Header + "\nID3 Version 1 tag data:\n Track: 5\n Title: Caf\xE9 V1 <1>\n Artist: Band\n Album: Record\n"
+                  " Year: 1999\n Genre: Rock\n Comment: Two\nlines\n\nID3 Version 2 tag data:\n Track: 3 of 12\n"
+                  " Title: Rock & \"Roll\" <live> 'x' Καλημέρα\n Artist: Björk\n Album: Café Album\n Year: 2004\n"
+                  " Genre: Rock\n Comment: First line\r\nSecond\n\nThird\rFourth & more\n Composer: Com,poser\n"
+                  " Copyright: Line\nbreak\n Original artist:  Someone\n Encoded by: \tEncoder\\Person\n"
+                  " URL: http://example.com/track?a=1&b=2\n Compilation: Yes\n Picture count: 7\n Lyrics: Yes\n"
+                  " Conductor: The Conductor\n Lyricist: O'Brien\n Orchestra/Album artist: The Orchestra\n"
+                  " Publisher: He said \"hi\"\n Content: The Group\n Subtitle: Sub\ntitle\n Set/Disc: 1 of 2\n"
+                  " ISRC: USABC0400001\n Record time: 2004-05-06T07:08:09\n Release time: 2004-07-08T10:11\n"
+                  " Initial key: Am\n BPM: 120\n Artist URL: http://example.com/artist\n Podcast: Yes\n"
+                  " Podcast ID: pod-42\n Podcast feed: http://example.com/feed\n"
+                  " Podcast description: Pod\r\n\r\ndescription\n Advisory: Clean lyrics\n Mood: Calm\n"
+                  " Produced notice: 2004 Producer\n ISWC: T-034.524.680-1\n UFID: http://example.org abc\n"
+                  "\nFile information:\n Location: {dir}\n Size: 9.00 KB (9793 bytes)\n Length: 0 seconds\n"
+                  " Type: MPEG-1 layer 3\n Bitrate: 128 kbps (CBR)\n Frequency: 44.100 kHz\n"
+                  " Channels: Stereo\n Copyright: No\n Original: No\n Frames: 20\n Header size: 1325 bytes\n"
+                  " Tag version: V1 and V2.4 (podcast)\n"},
         // The JPEG probe reads its size two bytes early in the C0 segment: 00 11 08 | 01 E0 | 02 80
         // gives width 0x01E0 = 480 and height 0x1108 = 4360. Unknown data shows 0 x 0.
-        Shown{"ImageDetails", "pictures.mp3",
-              [] {
-                  ByteVec tag = v2Tag({v2Frame("APIC", apicPayload("image/jpeg", 4, "back", jpegImage(640, 480))),
-                                       v2Frame("APIC", apicPayload("image/x-odd", 0, "", ByteVec(8, 1))),
-                                       v2Frame("APIC", apicPayload("image/png", 3, "", pngImage(300, 200)))});
-                  return concat({tag, buildStream({}, 20)});
-              },
-              {"-imd"},
-              Header + "\nImage details:\n Image type: image/jpeg\n Image size: 480 x 4360\n"
-                       " Image type: image/x-odd\n Image size: 0 x 0\n Image type: image/png\n Image size: 300 x 200\n"},
+        {"ImageDetails", "pictures.mp3", concat({pictures, buildStream({}, 20)}), {"-imd"},
+         Header + "\nImage details:\n Image type: image/jpeg\n Image size: 480 x 4360\n"
+                  " Image type: image/x-odd\n Image size: 0 x 0\n Image type: image/png\n Image size: 300 x 200\n"},
         // A track with only a V1 record; 83400 bytes of audio at 128 kbit/s last 5.2 s.
-        Shown{"DefaultIsTagsAndFileInformation", "cbr.mp3", cbrTrack, {},
-              Header + "\nID3 Version 1 tag data:\n Title: Song\n Artist: Band\n Album: \n Year: \n Genre: Other\n"
-                       " Comment: \n\nNo ID3 Version 2 tag found\n"
-                       "\nFile information:\n Location: {dir}\n Size: 81.00 KB (83528 bytes)\n Length: 5 seconds\n"
-                       " Type: MPEG-1 layer 3\n Bitrate: 128 kbps (CBR)\n Frequency: 44.100 kHz\n"
-                       " Channels: Joint stereo\n Copyright: Yes\n Original: No\n Frames: 200\n"
-                       " Header size: 0 bytes\n Tag version: V1\n"},
+        {"DefaultIsTagsAndFileInformation", "cbr.mp3", cbrTrack(), {},
+         Header + "\nID3 Version 1 tag data:\n Title: Song\n Artist: Band\n Album: \n Year: \n Genre: Other\n"
+                  " Comment: \n\nNo ID3 Version 2 tag found\n"
+                  "\nFile information:\n Location: {dir}\n Size: 81.00 KB (83528 bytes)\n Length: 5 seconds\n"
+                  " Type: MPEG-1 layer 3\n Bitrate: 128 kbps (CBR)\n Frequency: 44.100 kHz\n"
+                  " Channels: Joint stereo\n Copyright: Yes\n Original: No\n Frames: 200\n"
+                  " Header size: 0 bytes\n Tag version: V1\n"},
         // With novbr only 1000 frames are read and the count extrapolated: 1000 frame lengths over 1001
         // frames average 416 bytes, and 625500 / 416 = 1503.
-        Shown{"NoVbrExtrapolatesTheFrameCount", "long.mp3", [] { return buildStream({}, 1500); }, {"-m", "novbr"},
-              Header + "\nFile information:\n Location: {dir}\n Size: 610.00 KB (625500 bytes)\n"
-                       " Length: 39 seconds\n Type: MPEG-1 layer 3\n Bitrate: 128 kbps (CBR quick)\n"
-                       " Frequency: 44.100 kHz\n Channels: Stereo\n Copyright: No\n Original: No\n Frames: 1503\n"
-                       " Header size: 0 bytes\n Tag version: \n"},
-        Shown{"AiffWithWrongFormSizeIsRefused", "take.aif", lyingAiff, {"-m"}, NotRead},
+        {"NoVbrExtrapolatesTheFrameCount", "long.mp3", buildStream({}, 1500), {"-m", "novbr"},
+         Header + "\nFile information:\n Location: {dir}\n Size: 610.00 KB (625500 bytes)\n"
+                  " Length: 39 seconds\n Type: MPEG-1 layer 3\n Bitrate: 128 kbps (CBR quick)\n"
+                  " Frequency: 44.100 kHz\n Channels: Stereo\n Copyright: No\n Original: No\n Frames: 1503\n"
+                  " Header size: 0 bytes\n Tag version: \n"},
+        {"AiffWithWrongFormSizeIsRefused", "take.aif", lyingAiff(), {"-m"}, NotRead},
         // The AIFF summary comes from the COMM chunk; it sets no bit-rate text and no audio start.
-        Shown{"AiffWithWrongFormSizeIsReadWithIac", "take.aif", lyingAiff, {"-m", "-iac"},
-              Header + "\nFile information:\n Location: {dir}\n Size: 31.00 KB (32088 bytes)\n Length: 2 seconds\n"
-                       " Type: AIFF \n Bitrate: \n Frequency: 8.000 kHz\n Channels: Mono\n Copyright: No\n"
-                       " Original: No\n Sample size: 16 bit\n Frames: 16000\n Header size: 0 bytes\n"
-                       " Tag version: V2.3\n"}),
-    [](const testing::TestParamInfo<Shown>& info) { return std::string(info.param.name); });
+        {"AiffWithWrongFormSizeIsReadWithIac", "take.aif", lyingAiff(), {"-m", "-iac"},
+         Header + "\nFile information:\n Location: {dir}\n Size: 31.00 KB (32088 bytes)\n Length: 2 seconds\n"
+                  " Type: AIFF \n Bitrate: \n Frequency: 8.000 kHz\n Channels: Mono\n Copyright: No\n"
+                  " Original: No\n Sample size: 16 bit\n Frames: 16000\n Header size: 0 bytes\n"
+                  " Tag version: V2.3\n"},
+    };
+    for (const Shown& c : cases) {
+        TempDir dir;
+        std::string path = dir.file(c.file);
+        writeFile(path, c.bytes);
+        std::vector<std::string> args = c.options;
+        args.push_back(path);
+        CliResult result = runCli(args);
+        EXPECT_EQ(result.status, 0) << c.name;  // even for a track that cannot be read
+        EXPECT_EQ(result.out, replaced(replaced(c.expected, "{path}", path), "{dir}", dir.path())) << c.name;
+    }
+}
 
 // Every sample track (and every sample tag under a tag data file's name) is displayed without a
 // crash, with the header or the refusal; those listed must show these lines, in this order.

@@ -55,7 +55,8 @@ TEST(TrackOpen, RefusalsAreReportedAndLeaveTheTrackAsItWas) {
     for (auto [name, bytes, message] : std::vector<std::tuple<const char*, ByteVec, std::string>>{
              {"mp4.mp3", concat({ByteVec{0, 0, 0, 0x20, 'f', 't', 'y', 'p', 'M', '4', 'A', ' '}, audio()}),
               "File appears to be an MP4 not a valid MP3 file"},
-             {"late.mp3", concat({bytesOf("RIFF"), ByteVec(8196, 0), audio()}), "File is not a valid MP3 file (0x52494646)"},
+             {"late.mp3", concat({bytesOf("RIFF"), ByteVec(8196, 0), audio()}),
+              "File is not a valid MP3 file (0x52494646)"},
              {"riff.aif", concat({bytesOf("RIFF"), audio()}), "File is not a valid AIFF file (0x52494646)"}}) {
         std::string path = dir.file(name);
         support::writeFile(path, bytes);

@@ -111,7 +111,8 @@ TEST(Id3v2Reader, FieldsOutcomeAndLog) {
         {"Version5ReadAs4", tag(5, {text("TIT2", t199)}),
          {{"title", t199}, {"log", "[W]: Warning: Tag version 2.5 found (max allowed is 2.4)\n"}}},
         {"UnsynchronisationRefusedUpTo23", tag(3, {text("TIT2", "T")}, 0, 0x80),
-         {{"status", "2"}, {"title", "<absent>"}, {"log", "[W]: Warning: Unsynchronisation is not supported in version 2.3\n"}}},
+         {{"status", "2"}, {"title", "<absent>"},
+          {"log", "[W]: Warning: Unsynchronisation is not supported in version 2.3\n"}}},
         {"UnsynchronisationIn24", tag(4, {text("TIT2", "T")}, 0, 0x80), {{"status", "0"}, {"title", "T"}}},
         // The extended header is skipped by its size plus 14; in 2.4 the size counts its own
         // field, so the skip lands four bytes late.
@@ -121,15 +122,18 @@ TEST(Id3v2Reader, FieldsOutcomeAndLog) {
          {{"title", "After"}}},
         // Damage stops the walk, keeping the frames before it.
         {"EmptyFrame", tag(3, {text("TIT2", "A"), frame("TPE1", {}), text("TPE1", "C")}),
-         {{"status", "1"}, {"title", "A"}, {"artist", "<absent>"}, {"log", "[E]: Tag 2.3 frame TPE1 size error (0, max 44)\n"}}},
+         {{"status", "1"}, {"title", "A"}, {"artist", "<absent>"},
+          {"log", "[E]: Tag 2.3 frame TPE1 size error (0, max 44)\n"}}},
         {"FramePastTheTag", tag(3, {sized(text("TIT2", "abc"), 420)}, 400),
          {{"status", "1"}, {"title", "<absent>"}, {"log", "[E]: Frame buffer size mismatch (420:425 404)\n"}}},
         {"ShortId22", withTrailing(tag(2, {text("TT2", "A")}), "XY"),
          {{"status", "1"}, {"title", "A"}, {"log", "[E]: Failed to read the 2.2 frame ID (20:22)\n"}}},
         {"DataLengthFlagWithoutRoom", tag(4, {frame("TIT2", {0}, 0x0001), text("TPE1", "B")}),
-         {{"status", "1"}, {"title", "<absent>"}, {"artist", "<absent>"}, {"log", "[E]: Frame buffer size mismatch (-3:256 9)\n"}}},
+         {{"status", "1"}, {"title", "<absent>"}, {"artist", "<absent>"},
+          {"log", "[E]: Frame buffer size mismatch (-3:256 9)\n"}}},
         {"PlainSizePastTheTag", tag(4, {sized(text("TIT2", unframedText(99)), 200, true)}),
-         {{"status", "1"}, {"title", "<absent>"}, {"log", "[E]: Failed to read the 2.4 non-syncsafe frame (120:220)\n"}}},
+         {{"status", "1"}, {"title", "<absent>"},
+          {"log", "[E]: Failed to read the 2.4 non-syncsafe frame (120:220)\n"}}},
         {"NoFrameAfterPlainSize", withTrailing(tag(4, {sized(text("TIT2", t199), 200, true)}), "ab. ab. "),
          {{"status", "1"}, {"title", "<absent>"},
           {"log", "[E]: Failed to validate the tag position after a non-syncsafe frame\n"}}},
@@ -160,7 +164,8 @@ TEST(Id3v2Reader, FieldsOutcomeAndLog) {
         {"Mode1In23", tag(3, {frame("RVA2", {1}), frame("RVAD", {2}), text("TCMP", "1"), text("TIT2", "First"),
                               text("TIT2", "Second")}),
          {{"kept", "RVAD"}, {"title", "First"},
-          {"log", "[E]: Non-standard 2.3 tag ID found 'RVA2' (size 1)\n[S]: Adding non-standard tag field 'RVAD'\n"}}, 1},
+          {"log", "[E]: Non-standard 2.3 tag ID found 'RVA2' (size 1)\n"
+                  "[S]: Adding non-standard tag field 'RVAD'\n"}}, 1},
         {"NothingKeptFrom22", tag(2, {frame("RVA", {1, 2})}),
          {{"kept", ""}, {"log", "[W]: Copying all tag data is not supported for frame ID RVA in version 2.2\n"}}, 1},
         // The value rules applied when frames become fields.
@@ -448,8 +453,8 @@ TEST(TrackSave, TrackThatVanishedBeforeTheSaveIsNotBroughtBack) {
     EXPECT_EQ(removeV2(track, false, false), SourceNotOpenable);
     const std::string failed = "[E]: Open file write check error: No such file or directory (2)\n"
                                "[E]: NOTE: the original file has not been altered.\n";
-    EXPECT_EQ(log.undated(), "[S]: Updating V2 to track: " + path + "\n" + failed + "[S]: Removing V2 from track: " + path +
-                                 "\n" + failed);
+    EXPECT_EQ(log.undated(), "[S]: Updating V2 to track: " + path + "\n" + failed +
+                                 "[S]: Removing V2 from track: " + path + "\n" + failed);
     EXPECT_TRUE(std::filesystem::is_empty(dir.path()));
 }
 
