@@ -105,7 +105,6 @@ ByteVec buildAiff(const AiffLayout& layout) {
         if (chunk.padOdd && chunk.body.size() % 2 == 1) out.push_back(0);
     }
     putBe32(out, 4, layout.formSizeOverride.value_or(uint32_t(out.size() - 8)));
-    out.insert(out.end(), layout.trailing.begin(), layout.trailing.end());
     return out;
 }
 
