@@ -17,7 +17,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-ByteVec v2Tag(std::vector<V2Frame> frames) { return buildV2Tag({3, 0, std::move(frames)}); }
+ByteVec v2Tag(std::vector<V2Frame> frames) { return buildV2Tag({3, 0, std::move(frames), {}, 0}); }
 
 const std::string Header = "Track information for '{path}'\n";
 const std::string NotRead = "Failed to read the information from the file '{path}'.\n";
@@ -34,8 +34,8 @@ ByteVec cbrTrack() {
 // A mono AIFF of 16000 sample frames at 8000 Hz, with a V2 tag and a form size that lies.
 ByteVec lyingAiff() {
     AiffLayout layout;
-    layout.chunks = {{"COMM", commBody(1, 16000, 16, 8000.0)}, {"SSND", ssndBody(32000)},
-                     {"ID3 ", v2Tag({latin1Frame("TIT2", "Take")})}};
+    layout.chunks = {{"COMM", commBody(1, 16000, 16, 8000.0), {}, true}, {"SSND", ssndBody(32000), {}, true},
+                     {"ID3 ", v2Tag({latin1Frame("TIT2", "Take")}), {}, true}};
     layout.formSizeOverride = 40000;
     return buildAiff(layout);
 }

@@ -126,7 +126,7 @@ ByteVec syncsafeBytes(uint32_t value) {
             uint8_t(value & 0x7F)};
 }
 
-V2Frame v2Frame(std::string id, ByteVec payload) { return {std::move(id), std::move(payload)}; }
+V2Frame v2Frame(std::string id, ByteVec payload) { return {std::move(id), std::move(payload), 0, {}, false}; }
 
 V2Frame latin1Frame(std::string id, std::string_view latin1) { return v2Frame(std::move(id), latin1Payload(latin1)); }
 

@@ -54,8 +54,11 @@ public:
 
     // A line at exactly this level (0 none, 1 error ... 6 debug) with exactly this message.
     bool has(int level, std::string_view message) const {
-        const std::string line = std::string("\n[") + "XEWSNVD"[level] + "]: " + std::string(message) + "\n";
-        return ("\n" + undated()).find(line) != std::string::npos;
+        const std::string wanted = std::string(1, '[') + "XEWSNVD"[level] + "]: " + std::string(message);
+        std::istringstream all(undated());
+        for (std::string line; std::getline(all, line);)
+            if (line == wanted) return true;
+        return false;
     }
 
 private:

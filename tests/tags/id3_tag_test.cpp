@@ -76,7 +76,7 @@ support::AiffChunk comm(uint32_t frames, size_t length = 18) {
 }
 
 ByteVec aiff(std::vector<support::AiffChunk> chunks) {
-    return support::buildAiff(support::AiffLayout{"FORM", "AIFF", std::move(chunks)});
+    return support::buildAiff(support::AiffLayout{"FORM", "AIFF", std::move(chunks), {}});
 }
 
 TEST(AiffWalk, ChunksAreSkippedByTheirRoundedSizes) {
