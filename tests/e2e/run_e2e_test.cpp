@@ -1,7 +1,11 @@
 // The per-track run through the program itself: statuses, -e, the MPEG value options, a named
-// pipe, and the branches that only display.
+// pipe, and the branches that only display; -check and -check fix: the report on standard error,
+// the exit status, and the rebuilt file with its backup (or without one when the backup cannot be
+// made).
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <filesystem>
 #include <string>
 #include <sys/stat.h>
 #include <vector>
@@ -72,6 +76,72 @@ TEST(Run, DisplayAndModifiersAloneWriteNothing) {
     EXPECT_EQ(runCli({"-d", "-ti", "x", a}).out, runCli({"-d", a}).out);
     EXPECT_EQ(runCli({"-rmape", "-kd", "-trim", a}).out, runCli({"-d", "-m", a}).out);
     EXPECT_EQ(readFile(a), before);
+}
+
+ByteVec protectedFrames(size_t count, bool wrong = false) {
+    FrameLayout frame;
+    frame.crc = true;
+    frame.wrongCrc = wrong;
+    frame.filler = 0x44;
+    return buildStream(frame, count);
+}
+
+struct Checked {
+    int status;
+    std::string report;  // standard error from the checker's first line on (the log banner goes before)
+};
+Checked check(const std::vector<std::string>& args) {
+    const CliResult run = runCli(args);
+    EXPECT_EQ(run.out, "");
+    return {run.status, run.err.substr(std::min(run.err.size(), run.err.find("Checking audio file '")))};
+}
+
+TEST(CheckCommand, ProblemsAreReportedAndFixed) {
+    TempDir dir;
+    const std::string path = dir.file("damaged.mp3");
+    // Twelve frames, the fifth with a wrong CRC, and 60 bytes of noise before the ID3v1 record.
+    const ByteVec damaged = concat({protectedFrames(4), protectedFrames(1, true), protectedFrames(7), ByteVec(60, 0x20),
+                                    buildV1({})});
+    writeFile(path, damaged);
+    ASSERT_EQ(chmod(path.c_str(), 0604), 0);
+    const std::string report = "Checking audio file '" + path + "'...\n"
+                               "Warning: Invalid data at the end of the file\n"
+                               "Warning: 1 frames have the wrong CRC\n"
+                               "Information: MPEG 1 Layer III, 12 MPEG frames, CBR, CRC, ID3v1\n";
+    const Checked checked = check({"-check", path});
+    EXPECT_EQ(checked.status, 4);
+    EXPECT_EQ(checked.report, report);
+    EXPECT_EQ(readFile(path), damaged);
+
+    const Checked fixed = check({"-check", "FIX", path});
+    EXPECT_EQ(fixed.status, 4);
+    EXPECT_EQ(fixed.report, report + "Rebuilding file '" + path + "'...\n\nAudio file has been rebuilt\n");
+    // The CRC corrected, the noise and the frame before it gone; the old file kept, the mode too.
+    EXPECT_EQ(readFile(path), concat({protectedFrames(11), buildV1({})}));
+    EXPECT_EQ(readFile(path + ".bak"), damaged);
+    struct stat info {};
+    ASSERT_EQ(stat(path.c_str(), &info), 0);
+    EXPECT_EQ(info.st_mode & 07777, 0604u);
+    // A sound track is not rebuilt: neither it nor the backup changes.
+    const Checked again = check({"-check", "fix", path});
+    EXPECT_EQ(again.status, 0);
+    EXPECT_EQ(again.report, "Checking audio file '" + path + "'...\n"
+                            "Information: MPEG 1 Layer III, 11 MPEG frames, CBR, CRC, ID3v1\n");
+    EXPECT_EQ(readFile(path), concat({protectedFrames(11), buildV1({})}));
+    EXPECT_EQ(readFile(path + ".bak"), damaged);
+}
+
+// A move's result is compared with 0, which a move never returns: when the track cannot be
+// moved to its backup name, the rebuilt file still takes its place.
+TEST(CheckCommand, FailedMoveToTheBackupIsNotDetected) {
+    TempDir dir;
+    const std::string path = dir.file("t.mp3");
+    writeFile(path, concat({protectedFrames(1, true), protectedFrames(11)}));
+    ASSERT_EQ(mkdir((path + ".bak").c_str(), 0700), 0);
+    writeText(path + ".bak/keep", "x");  // a folder in the way that cannot be replaced
+    EXPECT_NE(check({"-check", "fix", path}).report.find("Audio file has been rebuilt\n"), std::string::npos);
+    EXPECT_EQ(readFile(path), protectedFrames(12));
+    EXPECT_TRUE(std::filesystem::is_directory(path + ".bak"));
 }
 
 }  // namespace

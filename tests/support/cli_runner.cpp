@@ -44,8 +44,8 @@ std::vector<uint8_t> readFile(const std::string& path) {
 }
 
 std::string readText(const std::string& path) {
-    std::vector<uint8_t> bytes = readFile(path);
-    return std::string(bytes.begin(), bytes.end());
+    const std::vector<uint8_t> bytes = readFile(path);
+    return {bytes.begin(), bytes.end()};
 }
 
 std::string replaced(std::string text, std::string_view key, std::string_view value) {

@@ -11,22 +11,14 @@ namespace {
 
 void put(ByteVec& out, std::string_view text) { out.insert(out.end(), text.begin(), text.end()); }
 void zeros(ByteVec& out, size_t n) { out.insert(out.end(), n, 0); }
-void be16(ByteVec& out, uint32_t v) {
-    out.push_back(uint8_t(v >> 8));
-    out.push_back(uint8_t(v));
+// The low `n` bytes of `v`, most significant first (big) or last.
+void number(ByteVec& out, uint32_t v, int n, bool big) {
+    for (int i = 0; i < n; ++i) out.push_back(uint8_t(v >> 8 * (big ? n - 1 - i : i)));
 }
-void be32(ByteVec& out, uint32_t v) {
-    be16(out, v >> 16);
-    be16(out, v);
-}
-void le16(ByteVec& out, uint32_t v) {
-    out.push_back(uint8_t(v));
-    out.push_back(uint8_t(v >> 8));
-}
-void le32(ByteVec& out, uint32_t v) {
-    le16(out, v);
-    le16(out, v >> 16);
-}
+void be16(ByteVec& out, uint32_t v) { number(out, v, 2, true); }
+void be32(ByteVec& out, uint32_t v) { number(out, v, 4, true); }
+void le16(ByteVec& out, uint32_t v) { number(out, v, 2, false); }
+void le32(ByteVec& out, uint32_t v) { number(out, v, 4, false); }
 
 // `text` cut to `width` bytes into the record at `at` (the rest stays zero).
 void putField(ByteVec& record, size_t at, const std::string& text, size_t width) {
@@ -96,8 +88,7 @@ ByteVec commBody(uint16_t channels, uint32_t sampleFrames, uint16_t sampleSize, 
 
 ByteVec ssndBody(size_t soundBytes, uint8_t filler) {
     ByteVec out;
-    be32(out, 0);  // offset
-    be32(out, 0);  // block size
+    zeros(out, 8);  // offset and block size
     out.insert(out.end(), soundBytes, filler);
     return out;
 }
@@ -114,7 +105,6 @@ ByteVec buildAiff(const AiffLayout& layout) {
         if (chunk.padOdd && chunk.body.size() % 2 == 1) out.push_back(0);
     }
     putBe32(out, 4, layout.formSizeOverride.value_or(uint32_t(out.size() - 8)));
-    out.insert(out.end(), layout.trailing.begin(), layout.trailing.end());
     return out;
 }
 
@@ -173,12 +163,8 @@ ByteVec jpegImage(uint16_t width, uint16_t height, uint8_t components, std::span
 ByteVec bmpImage(uint32_t width, uint32_t height, uint16_t bitsPerPixel, size_t extra) {
     ByteVec out;
     put(out, "BM");
-    le32(out, 0);   // file size (not consulted)
-    le32(out, 0);   // reserved
-    le32(out, 54);  // pixel data offset
-    le32(out, 40);  // info header size
-    le32(out, width);
-    le32(out, height);
+    // File size (not consulted), reserved, pixel data offset, info header size, width, height.
+    for (uint32_t field : {0u, 0u, 54u, 40u, width, height}) le32(out, field);
     le16(out, 1);   // planes
     le16(out, bitsPerPixel);
     zeros(out, extra);

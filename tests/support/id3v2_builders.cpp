@@ -22,13 +22,8 @@ void appendBe32(ByteVec& out, uint32_t value) {
 ByteVec utf16Bytes(std::u16string_view text, bool bigEndian, bool withBom) {
     ByteVec out;
     auto unit = [&](char16_t u) {
-        if (bigEndian) {
-            out.push_back(uint8_t(u >> 8));
-            out.push_back(uint8_t(u & 0xFF));
-        } else {
-            out.push_back(uint8_t(u & 0xFF));
-            out.push_back(uint8_t(u >> 8));
-        }
+        out.push_back(uint8_t(bigEndian ? u >> 8 : u));
+        out.push_back(uint8_t(bigEndian ? u : u >> 8));
     };
     if (withBom) unit(0xFEFF);
     for (char16_t u : text) unit(u);
@@ -42,9 +37,7 @@ ByteVec textPayload(uint8_t encoding, std::span<const uint8_t> text) {
 }
 
 ByteVec latin1Payload(std::string_view text) {
-    ByteVec out{0};
-    append(out, text);
-    return out;
+    return textPayload(0, {reinterpret_cast<const uint8_t*>(text.data()), text.size()});
 }
 
 ByteVec commentPayload(uint8_t encoding, std::string_view language, std::span<const uint8_t> description,
@@ -61,8 +54,7 @@ ByteVec apicPayload(std::string_view mime, uint8_t pictureType, std::string_view
                     std::span<const uint8_t> data) {
     ByteVec out{0};
     append(out, mime);
-    out.push_back(0);
-    out.push_back(pictureType);
+    out.insert(out.end(), {0, pictureType});
     append(out, description);
     out.push_back(0);
     append(out, data);
@@ -134,12 +126,7 @@ ByteVec syncsafeBytes(uint32_t value) {
             uint8_t(value & 0x7F)};
 }
 
-V2Frame v2Frame(std::string id, ByteVec payload) {
-    V2Frame out;
-    out.id = std::move(id);
-    out.payload = std::move(payload);
-    return out;
-}
+V2Frame v2Frame(std::string id, ByteVec payload) { return {std::move(id), std::move(payload), 0, {}, false}; }
 
 V2Frame latin1Frame(std::string id, std::string_view latin1) { return v2Frame(std::move(id), latin1Payload(latin1)); }
 

@@ -15,11 +15,6 @@ namespace tagwick::support {
 
 class LogCapture {
 public:
-    struct Line {
-        int level;
-        std::string message;
-    };
-
     explicit LogCapture(unsigned maxLevel = 3) : file_(open_memstream(&buffer_, &size_)) {
         Logger::resetForTests();
         Logger::attach(maxLevel, file_, "", false, 3);
@@ -39,29 +34,30 @@ public:
         return std::string(buffer_, size_);
     }
 
-    // Lines of the form "YYYY-MM-DD hh:mm:ss [L]: message"; header lines without a prefix are skipped.
-    std::vector<Line> lines() const {
-        std::vector<Line> out;
+    // Everything written, each line "YYYY-MM-DD hh:mm:ss [L]: message" without its date.
+    std::string undated() const {
+        std::string out;
         std::istringstream all(text());
-        for (std::string line; std::getline(all, line);) {
-            size_t open = line.find(" [");
-            size_t close = line.find("]: ");
-            if (open == std::string::npos || close != open + 3) continue;
-            out.push_back({int(std::string_view("XEWSNVD").find(line[open + 2])), line.substr(close + 3)});
-        }
+        for (std::string line; std::getline(all, line);)
+            out += (line.size() > 20 && line.compare(19, 2, " [") == 0 ? line.substr(20) : line) + "\n";
         return out;
     }
 
+    // The message of every line with a level; header lines without one are skipped.
     std::vector<std::string> messages() const {
         std::vector<std::string> out;
-        for (const Line& line : lines()) out.push_back(line.message);
+        std::istringstream all(undated());
+        for (std::string line; std::getline(all, line);)
+            if (line.size() >= 5 && line[0] == '[' && line.compare(2, 3, "]: ") == 0) out.push_back(line.substr(5));
         return out;
     }
 
-    // A line at exactly this level with exactly this message.
+    // A line at exactly this level (0 none, 1 error ... 6 debug) with exactly this message.
     bool has(int level, std::string_view message) const {
-        for (const Line& line : lines())
-            if (line.level == level && line.message == message) return true;
+        const std::string wanted = std::string(1, '[') + "XEWSNVD"[level] + "]: " + std::string(message);
+        std::istringstream all(undated());
+        for (std::string line; std::getline(all, line);)
+            if (line == wanted) return true;
         return false;
     }
 

@@ -123,10 +123,7 @@ void refreshCrc(ByteVec& frame, const FrameLayout& layout) {
 
 void putBe32(ByteVec& frame, size_t at, uint32_t value) {
     ensureRoom(frame, at, 4);
-    frame[at] = uint8_t(value >> 24);
-    frame[at + 1] = uint8_t(value >> 16);
-    frame[at + 2] = uint8_t(value >> 8);
-    frame[at + 3] = uint8_t(value);
+    for (size_t i = 0; i < 4; ++i) frame[at + i] = uint8_t(value >> (24 - 8 * i));
 }
 
 ByteVec buildFrame(const FrameLayout& layout) {
@@ -169,7 +166,6 @@ ByteVec buildVbriFrame(const FrameLayout& layout, const VbriLayout& vbri) {
 ByteVec buildStream(const FrameLayout& layout, size_t count) {
     const ByteVec frame = buildFrame(layout);
     ByteVec out;
-    out.reserve(frame.size() * count);
     for (size_t i = 0; i < count; ++i) append(out, frame);
     return out;
 }
@@ -202,10 +198,7 @@ void appendLe32(ByteVec& out, uint32_t v) {
 
 void appendApeBlock(ByteVec& out, uint32_t size, uint32_t count, uint32_t flags) {
     append(out, bytesOf("APETAGEX"));
-    appendLe32(out, 2000);
-    appendLe32(out, size);
-    appendLe32(out, count);
-    appendLe32(out, flags);
+    for (uint32_t field : {2000u, size, count, flags}) appendLe32(out, field);
     out.insert(out.end(), 8, 0);
 }
 

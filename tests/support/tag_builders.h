@@ -113,7 +113,6 @@ struct AiffLayout {
     std::string formType = "AIFF";          // "AIFF" or "AIFC" (any 4 characters)
     std::vector<AiffChunk> chunks;
     std::optional<uint32_t> formSizeOverride;  // default: total length - 8
-    ByteVec trailing;                       // bytes after the form (not counted in its size)
 };
 ByteVec buildAiff(const AiffLayout& layout);
 

@@ -51,13 +51,13 @@ TEST(FrameSyncScan, LayerBitDecidesForMp3AndAFailingPairAtTheEndAccepts) {
 
 TEST(TrackOpen, RefusalsAreReportedAndLeaveTheTrackAsItWas) {
     support::TempDir dir;
-    ByteVec mp4 = support::concat({ByteVec{0, 0, 0, 0x20, 'f', 't', 'y', 'p', 'M', '4', 'A', ' '}, audio()});
-    ByteVec late = support::concat({support::bytesOf("RIFF"), ByteVec(8196, 0), audio()});
-    ByteVec riff = support::concat({support::bytesOf("RIFF"), audio()});
+    using support::concat, support::bytesOf;
     for (auto [name, bytes, message] : std::vector<std::tuple<const char*, ByteVec, std::string>>{
-             {"mp4.mp3", mp4, "File appears to be an MP4 not a valid MP3 file"},
-             {"late.mp3", late, "File is not a valid MP3 file (0x52494646)"},
-             {"riff.aif", riff, "File is not a valid AIFF file (0x52494646)"}}) {
+             {"mp4.mp3", concat({ByteVec{0, 0, 0, 0x20, 'f', 't', 'y', 'p', 'M', '4', 'A', ' '}, audio()}),
+              "File appears to be an MP4 not a valid MP3 file"},
+             {"late.mp3", concat({bytesOf("RIFF"), ByteVec(8196, 0), audio()}),
+              "File is not a valid MP3 file (0x52494646)"},
+             {"riff.aif", concat({bytesOf("RIFF"), audio()}), "File is not a valid AIFF file (0x52494646)"}}) {
         std::string path = dir.file(name);
         support::writeFile(path, bytes);
         LogCapture log;
@@ -65,8 +65,7 @@ TEST(TrackOpen, RefusalsAreReportedAndLeaveTheTrackAsItWas) {
         track.v1.title = "kept";
         EXPECT_EQ(track.open(path.c_str()), 0) << name;
         EXPECT_EQ(track.v1.title, "kept") << name;
-        EXPECT_EQ(log.messages().size(), 2u) << log.text();
-        EXPECT_TRUE(log.has(LogError, message)) << log.text();
+        EXPECT_EQ(log.undated(), "[S]: Opening ID3 track: " + path + "\n[E]: " + message + "\n");
     }
 }
 
@@ -77,7 +76,7 @@ support::AiffChunk comm(uint32_t frames, size_t length = 18) {
 }
 
 ByteVec aiff(std::vector<support::AiffChunk> chunks) {
-    return support::buildAiff(support::AiffLayout{"FORM", "AIFF", std::move(chunks), {}, {}});
+    return support::buildAiff(support::AiffLayout{"FORM", "AIFF", std::move(chunks), {}});
 }
 
 TEST(AiffWalk, ChunksAreSkippedByTheirRoundedSizes) {
@@ -101,31 +100,21 @@ TEST(AiffWalk, ChunksAreSkippedByTheirRoundedSizes) {
     }
 }
 
-// A corpus sample whose "ID3 " chunk lies outside the form: the walk is not bounded by the form size.
-TEST(TrackOpen, AiffTagOutsideTheForm) {
-    std::string source = support::corpusFile("taglib-sharp/sample.aif");
-    if (source.empty()) GTEST_SKIP() << "corpus folder absent";
-    LogCapture log;
-    ID3Tag track;
-    EXPECT_EQ(track.open(source.c_str()), 1);
-    EXPECT_EQ(track.v2.title ? track.v2.title->utf8() : "<absent>", "Aiff Title");
-}
-
 // ---------------------------------------------------------------- the version 1 record
 
 std::string fields(const ID3Tag& t) {
-    return t.v1.title + "|" + t.v1.artist + "|" + t.v1.year + "|" + t.v1.comment + "|" + std::to_string(t.v1.track) +
-           "|" + std::to_string(t.v1.genre);
+    return t.v1.title + "|" + t.v1.artist + "|" + t.v1.album + "|" + t.v1.year + "|" + t.v1.comment + "|" +
+           std::to_string(t.v1.track) + "|" + std::to_string(t.v1.genre);
 }
 
 TEST(Id3v1Parse, FieldsStopAtTheirBoundsAndKeepTheirQuirks) {
     const std::string thirty = "ABCDEFGHIJKLMNOPQRSTUVWXYZ0123";
     for (auto [layout, read] : std::vector<std::pair<support::V1Layout, std::string>>{
-             {{thirty, "Band", "", "19999", "c", 3, 17}, thirty + "|Band|1999|c|3|17"},
+             {{thirty, "Band", "", "19999", "c", 3, 17}, thirty + "|Band||1999|c|3|17"},
              // A 30-character comment reads as its first 29, and its last character as the track.
-             {{"t", "a", "", "2001", thirty, 0, 1}, "t|a|2001|" + thirty.substr(0, 29) + "|51|1"},
+             {{"t", "a", "", "2001", thirty, 0, 1}, "t|a||2001|" + thirty.substr(0, 29) + "|51|1"},
              // Track 0 means none; every genre above 79, 255 included, reads as 12 (Other).
-             {{"t", "a", "", "2001", "c", 0, 80}, "t|a|2001|c|255|12"}}) {
+             {{"t", "a", "", "2001", "c", 0, 80}, "t|a||2001|c|255|12"}}) {
         ID3Tag track;
         ASSERT_TRUE(parseV1(track, support::buildV1(layout)));
         EXPECT_EQ(fields(track), read);
@@ -156,8 +145,8 @@ TEST(Id3v1Compare, FirstDifferenceInCodeOrderWithItsLabel) {
     EXPECT_EQ(compareV1(a, b), 4);
     b.v1.enabled = false;
     EXPECT_EQ(compareV1(a, b), 0);
-    EXPECT_TRUE(log.has(LogProgress, "Comparing V1 loaded state failed (1 != 0)"));
-    EXPECT_TRUE(log.has(LogWarning, "Comparing V1 enabled state failed (1 != 0)"));
+    const std::string loaded = "[S]: Comparing V1 loaded state failed (1 != 0)\n";
+    EXPECT_EQ(log.undated(), loaded + loaded + "[W]: Comparing V1 enabled state failed (1 != 0)\n");
 }
 
 TEST(VersionLabel, MarksUnsupportedVersionsAndPodcasts) {
@@ -192,16 +181,6 @@ TEST(V1Record, FieldsTrackAndGenreBytes) {
     for (const auto& [v1, convert, expected] : cases) EXPECT_EQ(recordOf(v1, convert), expected) << v1.title;
 }
 
-// No genre (255) is written as it is and reads back as Other (12): the comparison tells.
-TEST(V1Record, NoGenreDoesNotReadBackAsWritten) {
-    ID3Tag track, second;
-    track.isMp3 = second.isMp3 = true;
-    track.v1 = {true, "Title", "Artist", "Album", "2001", std::string(29, 'c'), 9, 255};
-    ASSERT_TRUE(parseV1(second, buildV1Record(track, false)));
-    second.v1.enabled = true;
-    EXPECT_EQ(compareV1(track, second), 10);
-}
-
 // ---------------------------------------------------------------- copies between the versions
 
 TEST(CopyV2ToV1, CutsTextsAndMapsTrackAndGenre) {
@@ -223,9 +202,7 @@ TEST(CopyV2ToV1, CutsTextsAndMapsTrackAndGenre) {
         track.v2.genre = genre;
         track.v2.trackNumber = number;
         copyV2ToV1(track);
-        EXPECT_EQ(track.v1.title + "|" + track.v1.artist + "|" + track.v1.album + "|" + track.v1.year + "|" +
-                      track.v1.comment + "|" + std::to_string(track.v1.track) + "|" + std::to_string(track.v1.genre),
-                  expected);
+        EXPECT_EQ(fields(track), expected);
         EXPECT_TRUE(track.v1.enabled && track.v1FromV2);
     }
 }
