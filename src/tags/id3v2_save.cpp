@@ -103,7 +103,6 @@ int updateV2(ID3Tag& track, bool trash, int version, bool keepDates, bool conver
     if (track.path.empty()) return NothingToDo;
     Logger::log(LogProgress, "Updating V2 to track: %s", (outPath.empty() ? track.path : outPath).c_str());
     const FileDates dates = saveFileDates(track.path.c_str());
-    if (refusesChanges(track.path)) return SourceNotOpenable;
 
     FileReader source;
     if (!source.open(track.path.c_str())) {
@@ -111,6 +110,7 @@ int updateV2(ID3Tag& track, bool trash, int version, bool keepDates, bool conver
         Logger::log(LogError, "%s", NotAltered);
         return SourceNotOpenable;
     }
+    if (refusesChanges(track.path)) return SourceNotOpenable;
     // The new file is made beside the track, or beside the output file when one is named.
     SiblingTempFile output = newFileLike(outPath.empty() ? track.path : outPath, source.fd());
     if (!output.valid()) {
@@ -153,7 +153,6 @@ int removeV2(ID3Tag& track, bool trash, bool keepDates, const std::string& given
     if (path.empty()) return NothingToDo;
     Logger::log(LogProgress, "Removing V2 from track: %s", path.c_str());
     const FileDates dates = saveFileDates(path.c_str());
-    if (refusesChanges(path)) return SourceNotOpenable;
 
     FileReader source;
     if (!source.open(path.c_str())) {
@@ -162,6 +161,7 @@ int removeV2(ID3Tag& track, bool trash, bool keepDates, const std::string& given
         Logger::log(LogError, "%s", NotAltered);
         return SourceNotOpenable;
     }
+    if (refusesChanges(path)) return SourceNotOpenable;
     SiblingTempFile temporary = newFileLike(path, source.fd());
     if (!temporary.valid()) {
         Logger::log(LogError, "Failed to open the temporary file to remove the version 2 tag (error: %s)",

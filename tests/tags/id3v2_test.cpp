@@ -437,8 +437,8 @@ TEST(V2WriterInterop, MutagenReadsWhatWasWritten) {
     }
 }
 
-// The track was opened, then deleted before its save: both saves give up with the write
-// check's message and the note, and leave the folder empty.
+// The track was opened, then deleted before its save: both saves give up with their messages
+// and the note, and leave the folder empty.
 TEST(TrackSave, TrackThatVanishedBeforeTheSaveIsNotBroughtBack) {
     TempDir dir;
     const std::string path = dir.file("song.mp3");
@@ -451,10 +451,12 @@ TEST(TrackSave, TrackThatVanishedBeforeTheSaveIsNotBroughtBack) {
     LogCapture log;
     EXPECT_EQ(updateV2(track, false, 0, false, false, 0), SourceNotOpenable);
     EXPECT_EQ(removeV2(track, false, false), SourceNotOpenable);
-    const std::string failed = "[E]: Open file write check error: No such file or directory (2)\n"
-                               "[E]: NOTE: the original file has not been altered.\n";
-    EXPECT_EQ(log.undated(), "[S]: Updating V2 to track: " + path + "\n" + failed +
-                                 "[S]: Removing V2 from track: " + path + "\n" + failed);
+    const std::string note = "[E]: NOTE: the original file has not been altered.\n";
+    EXPECT_EQ(log.undated(), "[S]: Updating V2 to track: " + path + "\n" +
+                                 "[E]: Failed to open the source for read only (error: No such file or directory)\n" +
+                                 note + "[S]: Removing V2 from track: " + path + "\n" + "[E]: Failed to open the file '" +
+                                 path + "' for reading to remove the version 2 tag (error: No such file or directory)\n" +
+                                 note);
     EXPECT_TRUE(std::filesystem::is_empty(dir.path()));
 }
 
