@@ -14,7 +14,9 @@ namespace tagwick {
 
 using ProgressCallback = std::function<void(const char* message, int percent)>;
 
-enum class ScanMode : int { Full = 0, Steady = 1, Probe = 2 };
+// How far the summary walks the frames; TagsOnly leaves the stream alone (a save's read-back
+// compares tags, and walking every frame again would double its reading).
+enum class ScanMode : int { Full = 0, Steady = 1, Probe = 2, TagsOnly = 3 };
 
 constexpr uint32_t VersionMpeg25 = 0, VersionReserved = 1, VersionMpeg2 = 2, VersionMpeg1 = 3,
                    VersionUnknown = 4, VersionAiff = 5;

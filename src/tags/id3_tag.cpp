@@ -225,7 +225,8 @@ int ID3Tag::open(const char* filePath, const ProgressCallback* progress, bool ch
         sizeText = tagwick::sizeText(static_cast<long long>(fileSize));
 
         report(progress, "Parsing...", 70);
-        if (isMp3) result = loadMpegInfo(mpeg, file, audioStart, scanMode, progress, filePath) ? 1 : 0;
+        if (isMp3 && scanMode == ScanMode::TagsOnly) result = 1;
+        else if (isMp3) result = loadMpegInfo(mpeg, file, audioStart, scanMode, progress, filePath) ? 1 : 0;
         else if (isAiff) result = loadAiffInfo(mpeg, aiff) ? 1 : 0;
         report(progress, "Finished", 90);
     } catch (...) {

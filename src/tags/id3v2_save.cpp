@@ -82,6 +82,7 @@ int verifyV2(const ID3Tag& track, int version) {
     ID3Tag second;
     second.tagTypeMode = track.tagTypeMode;
     second.ignoreAiffCorruption = track.ignoreAiffCorruption;
+    second.scanMode = ScanMode::TagsOnly;
     second.open(track.path.c_str());
     if (!second.kindCheckPassed) return TagSaved;
     const int code = compareV2(track, second, version);
