@@ -5,8 +5,8 @@
 // The input is written once into a scratch file through a descriptor kept open, and the three
 // names are links to it, so an input costs two system calls besides the opens it is about.
 #include <cstdint>
-#include <cstdlib>
 #include <fcntl.h>
+#include <filesystem>
 #include <string>
 #include <unistd.h>
 
@@ -16,36 +16,21 @@
 namespace {
 
 // One scratch folder per process, removed with its files at exit.
-class Scratch {
-public:
+struct Scratch {
+    std::string folder;
+    int data = -1;
     Scratch() {
         char pattern[] = "/tmp/tagwick-open-fuzz.XXXXXX";
         if (!mkdtemp(pattern)) return;
-        folder_ = pattern;
-        data_ = open(path("data").c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-        for (const char* name : Names)
-            if (symlink("data", path(name).c_str()) != 0) return;
-        ready_ = data_ >= 0;
+        folder = pattern;
+        for (const char* name : {"track.mp3", "track.aif", "track.tdf"})
+            if (symlink("data", (folder + "/" + name).c_str()) != 0) return;
+        data = open((folder + "/data").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
     }
     ~Scratch() {
-        if (data_ >= 0) close(data_);
-        for (const char* name : Names) unlink(path(name).c_str());
-        unlink(path("data").c_str());
-        if (!folder_.empty()) rmdir(folder_.c_str());
+        std::error_code ignored;
+        if (!folder.empty()) std::filesystem::remove_all(folder, ignored);
     }
-    bool ready() const { return ready_; }
-    std::string path(const char* name) const { return folder_ + "/" + name; }
-
-    bool write(const uint8_t* data, size_t size) {
-        return ftruncate(data_, off_t(size)) == 0 && pwrite(data_, data, size, 0) == ssize_t(size);
-    }
-
-    static constexpr const char* Names[] = {"track.mp3", "track.aif", "track.tdf"};
-
-private:
-    std::string folder_;
-    int data_ = -1;
-    bool ready_ = false;
 };
 
 void openAs(const std::string& path, bool ignoreCorruption) {
@@ -62,11 +47,13 @@ void openAs(const std::string& path, bool ignoreCorruption) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     quietLogger();
-    static Scratch scratch;
-    if (!scratch.ready() || !scratch.write(data, size)) return 0;
-    openAs(scratch.path("track.mp3"), true);
-    openAs(scratch.path("track.tdf"), true);
-    openAs(scratch.path("track.aif"), true);
-    openAs(scratch.path("track.aif"), false);
+    static const Scratch scratch;
+    if (scratch.data < 0 || ftruncate(scratch.data, off_t(size)) != 0 ||
+        pwrite(scratch.data, data, size, 0) != ssize_t(size))
+        return 0;
+    openAs(scratch.folder + "/track.mp3", true);
+    openAs(scratch.folder + "/track.tdf", true);
+    openAs(scratch.folder + "/track.aif", true);
+    openAs(scratch.folder + "/track.aif", false);
     return 0;
 }

@@ -5,10 +5,4 @@
 
 #include "base/logger.h"
 
-inline void quietLogger() {
-    static const bool quiet = [] {
-        tagwick::Logger::setMaxLevel(tagwick::LogHeader);
-        return true;
-    }();
-    (void)quiet;
-}
+inline void quietLogger() { tagwick::Logger::setMaxLevel(tagwick::LogHeader); }

@@ -70,7 +70,7 @@ TEST_F(Scan, DeleteFormsIgnoreCaseAndStoreRemoveValues) {
         EXPECT_TRUE(run({"--" + word}).anyChangeRequested()) << word;
         EXPECT_EQ(printed, "") << word;
     }
-    for (std::string word : {"cf", "im", "ir", "ly", "es", "vn", "pcon", "pcof", "xyz"}) {
+    for (std::string word : {"cf", "im", "ir", "ly", "es", "vn", "pcon", "pcof", "v", "xyz"}) {
         run({"--" + word});
         EXPECT_EQ(printed, "Unknown delete command " + word + "\n");
     }
@@ -79,14 +79,6 @@ TEST_F(Scan, DeleteFormsIgnoreCaseAndStoreRemoveValues) {
     // "--cl" turns the compilation flag on just as "-cl" does; each one counts.
     EXPECT_EQ(run({"--cl"}).compilation, 0);
     EXPECT_EQ(run({"--cl", "-CL", "/cl"}).compilation, 2);
-}
-
-TEST_F(Scan, LongHelpAndVersionActAsTheShortOptions) {
-    TagUpdate u = run({"--help"});
-    EXPECT_TRUE(u.helpRequested && !u.versionRequested);
-    u = run({"--Version", "--helpme", "--v"});
-    EXPECT_TRUE(u.versionRequested && !u.helpRequested && u.verbose == 0);
-    EXPECT_EQ(printed, "Unknown delete command helpme\nUnknown delete command v\n");
 }
 
 TEST_F(Scan, NumberValuesNeedALeadingDigit) {

@@ -27,7 +27,8 @@ TEST(Cli, HelpRequestPrintsVersionAndHelpAndProcessesNothing) {
     const CliResult plain = runCli({}, {dir.path()});
     EXPECT_EQ(plain.status, 0);
     const std::string& help = plain.out;
-    for (const std::vector<std::string>& args : {std::vector<std::string>{"/?"}, {"song.mp3", "-ti", "x", "-H"}}) {
+    for (const std::vector<std::string>& args :
+         {std::vector<std::string>{"/?"}, {"song.mp3", "-ti", "x", "-H"}, {"--help"}}) {
         CliResult r = runCli(args, {dir.path()});
         EXPECT_EQ(r.status, 0);
         EXPECT_EQ(r.out, help) << testing::PrintToString(args);
@@ -72,12 +73,12 @@ TEST(Cli, HelpRequestPrintsVersionAndHelpAndProcessesNothing) {
 
 TEST(Cli, ScanMessagesGoToStandardOutputBeforeTheVersionLine) {
     support::TempDir dir;
-    CliResult r = runCli({"--xyz", "/nosuchoption", "/missing-tagwick/song.mp3", "nosuchfolder/a.mp3", "-ti", "-ar",
-                          "x", "-ver", "--g", "-tr"}, {dir.path()});
+    CliResult r = runCli({"--xyz", "--helpme", "/nosuchoption", "/missing-tagwick/song.mp3", "nosuchfolder/a.mp3",
+                          "-ti", "-ar", "x", "-ver", "--g", "-tr"}, {dir.path()});
     EXPECT_EQ(r.status, 0);
-    EXPECT_EQ(r.out, "Unknown delete command xyz\nUnknown command nosuchoption\nFile not found /missing-tagwick/song.mp3\n"
-                     "Failed to find the file using 'nosuchfolder/a.mp3'\nUnknown command ti\nUnknown command tr\n" +
-                         VersionLine + NoTrack);
+    EXPECT_EQ(r.out, "Unknown delete command xyz\nUnknown delete command helpme\nUnknown command nosuchoption\n"
+                     "File not found /missing-tagwick/song.mp3\nFailed to find the file using 'nosuchfolder/a.mp3'\n"
+                     "Unknown command ti\nUnknown command tr\n" + VersionLine + NoTrack);
     // Without a log file the Logger writes to standard error, header included.
     EXPECT_EQ(r.err, LogHeader);
 }
@@ -105,7 +106,7 @@ TEST(Cli, EachRunAppendsAHeaderToTheUsersLogAndMessagesEchoWithoutTheDate) {
     EXPECT_EQ(failed.err, "");
     options.user = "";  // with USER unset, LOGNAME names the log's owner
     options.env = {{"LOGNAME", name}};
-    EXPECT_EQ(runCli({"-ver"}, options).out, VersionLine + NoTrack);
+    EXPECT_EQ(runCli({"--Version"}, options).out, VersionLine + NoTrack);
 
     const std::string text = support::readText(log), start = "earlier line\n" + LogHeader;
     ASSERT_TRUE(text.starts_with(start)) << text;

@@ -33,7 +33,8 @@ TEST(Run, MpegValuesActOnTheFirstTrackOnlyInTheirOwnOrder) {
     EXPECT_EQ(runCli({"-v", "-mlen", b, a}).out, "Updating the ID3 tag information for 'b.mp3'\n10\n");
 }
 
-// A named pipe with no writer must not keep the program waiting: it cannot be read as a track.
+// A named pipe with no writer must not keep the program waiting: it cannot be read as a track,
+// nor as a comments, lyrics or picture file.
 TEST(Run, NamedPipeIsRefusedWithoutWaiting) {
     TempDir dir;
     std::string pipe = dir.file("pipe.mp3");
@@ -44,6 +45,10 @@ TEST(Run, NamedPipeIsRefusedWithoutWaiting) {
     EXPECT_EQ(runCli({"-mlen", pipe}).status, 1);
     EXPECT_NE(runCli({"-check", pipe}).err.find("Error: Cannot open track '" + pipe + "' or it is empty"),
               std::string::npos);
+    writeFile(dir.file("t.mp3"), fiveSecondTrack());
+    CliResult files = runCli({"-cf", "pipe.mp3", "-ly", "pipe.mp3", "-im", "pipe.mp3", "-ti", "x", "t.mp3"}, {dir.path()});
+    EXPECT_EQ(files.status, 5);
+    EXPECT_EQ(files.out, "Failed to read the picture type (0)\n");
 }
 
 // Of three tracks the second fails its check; the third (notes.txt, skipped with success) is

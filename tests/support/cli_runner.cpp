@@ -11,8 +11,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-extern char** environ;
-
 namespace tagwick::support {
 
 TempDir::TempDir() {
@@ -56,9 +54,11 @@ std::string replaced(std::string text, std::string_view key, std::string_view va
 
 namespace {
 
-// The test's environment without USER and LOGNAME, with the run's own variables, and with those
-// that load the fault shim when a fault is given.
-std::vector<std::string> childEnvironment(const CliOptions& options) {
+// In the child: the test's environment without USER and LOGNAME, with the run's own variables,
+// and with those that load the fault shim when a fault is given.
+void setRunEnvironment(const CliOptions& options) {
+    unsetenv("USER");
+    unsetenv("LOGNAME");
     std::vector<std::pair<std::string, std::string>> vars = options.env;
     if (!options.user.empty()) vars.emplace_back("USER", options.user);
     if (const std::optional<Fault>& fault = options.fault) {
@@ -69,25 +69,10 @@ std::vector<std::string> childEnvironment(const CliOptions& options) {
                                  {"TAGWICK_FAULT_OP", fault->op},
                                  {"TAGWICK_FAULT_PATH", fault->path},
                                  {"TAGWICK_FAULT_AFTER", std::to_string(fault->after)},
-                                 {"TAGWICK_FAULT_ERRNO", std::to_string(fault->error)}});
-        if (fault->kill) vars.emplace_back("TAGWICK_FAULT_KILL", "1");
+                                 {"TAGWICK_FAULT_ERRNO", std::to_string(fault->error)},
+                                 {"TAGWICK_FAULT_KILL", fault->kill ? "1" : ""}});
     }
-    std::vector<std::string> env;
-    for (char** e = environ; *e != nullptr; ++e) {
-        const std::string_view entry = *e, name = entry.substr(0, entry.find('='));
-        bool dropped = name == "USER" || name == "LOGNAME";
-        for (const auto& var : vars) dropped = dropped || name == var.first;
-        if (!dropped) env.emplace_back(entry);
-    }
-    for (const auto& [name, value] : vars) env.push_back(name + "=" + value);
-    return env;
-}
-
-std::vector<char*> pointers(std::vector<std::string>& strings) {
-    std::vector<char*> out;
-    for (std::string& s : strings) out.push_back(s.data());
-    out.push_back(nullptr);
-    return out;
+    for (const auto& [name, value] : vars) setenv(name.c_str(), value.c_str(), 1);
 }
 
 }  // namespace
@@ -95,20 +80,23 @@ std::vector<char*> pointers(std::vector<std::string>& strings) {
 CliResult runCli(const std::vector<std::string>& args, const CliOptions& options) {
     TempDir capture;  // the child's standard output and error
     const std::string outPath = capture.file("out"), errPath = capture.file("err");
-    std::vector<std::string> argv = args, env = childEnvironment(options);
+    std::vector<std::string> argv = args;
     argv.insert(argv.begin(), options.fault ? TAGWICK_DYNAMIC_CLI_PATH : TAGWICK_CLI_PATH);
-    std::vector<char*> argp = pointers(argv), envp = pointers(env);
+    std::vector<char*> argp;
+    for (std::string& arg : argv) argp.push_back(arg.data());
+    argp.push_back(nullptr);
 
     std::fflush(stdout);
     std::fflush(stderr);
     pid_t pid = fork();
     if (pid < 0) throw std::runtime_error("fork failed");
-    if (pid == 0) {
+    if (pid == 0) {  // the tests run no other threads, so the child may allocate
         const int in = ::open("/dev/null", O_RDONLY), out = ::open(outPath.c_str(), O_WRONLY | O_CREAT, 0600),
                   err = ::open(errPath.c_str(), O_WRONLY | O_CREAT, 0600);
         if (in < 0 || out < 0 || err < 0 || dup2(in, 0) < 0 || dup2(out, 1) < 0 || dup2(err, 2) < 0) _exit(125);
         if (!options.workingDir.empty() && chdir(options.workingDir.c_str()) != 0) _exit(126);
-        execve(argp[0], argp.data(), envp.data());
+        setRunEnvironment(options);
+        execv(argp[0], argp.data());
         _exit(127);
     }
     int raw = 0;

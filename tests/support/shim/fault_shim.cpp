@@ -7,7 +7,7 @@
 //   TAGWICK_FAULT_PATH   only calls on a file whose path contains this text (default: any file)
 //   TAGWICK_FAULT_AFTER  calls that succeed before the first fault (default 0)
 //   TAGWICK_FAULT_ERRNO  the error of a failed call (default ENOSPC)
-//   TAGWICK_FAULT_KILL   when set, the process kills itself with SIGKILL instead of failing
+//   TAGWICK_FAULT_KILL   when not empty, the process kills itself with SIGKILL instead of failing
 //
 // Once the fault has struck, every later matching call fails too (a full disk stays full).
 // Calls on descriptors that are not regular files (the console, pipes) are never touched.
@@ -19,66 +19,37 @@
 #include <cstring>
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <filesystem>
 #include <string>
 #include <sys/stat.h>
-#include <sys/types.h>
 #include <unistd.h>
 
 namespace {
 
-struct Settings {
-    std::string op;
-    std::string path;
-    long after = 0;
-    int error = ENOSPC;
-    bool kill = false;
-};
-
-const Settings& settings() {
-    static const Settings s = [] {
-        Settings out;
-        if (const char* v = std::getenv("TAGWICK_FAULT_OP")) out.op = v;
-        if (const char* v = std::getenv("TAGWICK_FAULT_PATH")) out.path = v;
-        if (const char* v = std::getenv("TAGWICK_FAULT_AFTER")) out.after = std::atol(v);
-        if (const char* v = std::getenv("TAGWICK_FAULT_ERRNO")) out.error = std::atoi(v);
-        out.kill = std::getenv("TAGWICK_FAULT_KILL") != nullptr;
-        return out;
-    }();
-    return s;
+const char* setting(const char* name) {
+    const char* value = std::getenv(name);
+    return value ? value : "";
 }
 
 std::atomic<long> matchingCalls{0};
 
-bool pathMatches(const char* path) {
-    const Settings& s = settings();
-    return path && (s.path.empty() || std::strstr(path, s.path.c_str()) != nullptr);
-}
+bool pathMatches(const char* path) { return path && std::strstr(path, setting("TAGWICK_FAULT_PATH")); }
 
 bool fdMatches(int fd) {
-    if (fd <= 2) return false;  // the test captures the console into files: never touch it
     struct stat info {};
-    if (fstat(fd, &info) != 0 || !S_ISREG(info.st_mode)) return false;
-    char link[64];
-    char target[4096];
-    std::snprintf(link, sizeof link, "/proc/self/fd/%d", fd);
-    ssize_t n = readlink(link, target, sizeof target - 1);
-    if (n < 0) return false;
-    target[n] = 0;
-    return pathMatches(target);
+    if (fd <= 2 || fstat(fd, &info) != 0 || !S_ISREG(info.st_mode)) return false;  // never the console
+    std::error_code error;
+    const std::filesystem::path target = std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(fd), error);
+    return !error && pathMatches(target.c_str());
 }
 
 // True when this call is to fail (errno is set); never returns when the process is to die.
-bool namesOp(const std::string& ops, const char* op) {
-    const std::string wanted = std::string(",") + op + ",";
-    return ("," + ops + ",").find(wanted) != std::string::npos;
-}
-
 bool strikes(const char* op, bool matches) {
-    const Settings& s = settings();
-    if (!matches || !namesOp(s.op, op)) return false;
-    if (matchingCalls.fetch_add(1) < s.after) return false;
-    if (s.kill) raise(SIGKILL);
-    errno = s.error;
+    const std::string ops = std::string(",") + setting("TAGWICK_FAULT_OP") + ",";
+    if (!matches || ops.find(std::string(",") + op + ",") == std::string::npos) return false;
+    if (matchingCalls.fetch_add(1) < std::atol(setting("TAGWICK_FAULT_AFTER"))) return false;
+    if (*setting("TAGWICK_FAULT_KILL")) raise(SIGKILL);
+    errno = *setting("TAGWICK_FAULT_ERRNO") ? std::atoi(setting("TAGWICK_FAULT_ERRNO")) : ENOSPC;
     return true;
 }
 
