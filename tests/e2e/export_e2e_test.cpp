@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
-#include <sstream>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -268,16 +267,11 @@ with open(out + '/all.csv', newline='', encoding='utf-8-sig') as f:
 assert len(rows[0]) == 39 and rows[0][-1] == 'UFID', rows[0]
 assert all(len(r) == 40 and r[-1] == '' for r in rows[1:])
 assert len(rows) - 1 == run.stderr.count('Successfully exported the tag data')
-print(parsed, len(rows) - 1)
+assert parsed > 40 and len(rows) > 31, (parsed, len(rows))
 )");
     std::string command = "/usr/bin/python3 " + dir.file("check.py") + " " + TAGWICK_CLI_PATH + " " + corpus + " " +
                           dir.path() + " > " + dir.file("py.out") + " 2>&1";
-    ASSERT_EQ(std::system(command.c_str()), 0) << readText(dir.file("py.out"));
-    std::istringstream counts(readText(dir.file("py.out")));
-    size_t documents = 0, rows = 0;
-    counts >> documents >> rows;
-    EXPECT_GT(documents, 40u);
-    EXPECT_GT(rows, 30u);
+    EXPECT_EQ(std::system(command.c_str()), 0) << readText(dir.file("py.out"));
 }
 
 }  // namespace

@@ -46,7 +46,8 @@ TEST(Run, NamedPipeIsRefusedWithoutWaiting) {
     EXPECT_NE(runCli({"-check", pipe}).err.find("Error: Cannot open track '" + pipe + "' or it is empty"),
               std::string::npos);
     writeFile(dir.file("t.mp3"), fiveSecondTrack());
-    CliResult files = runCli({"-cf", "pipe.mp3", "-ly", "pipe.mp3", "-im", "pipe.mp3", "-ti", "x", "t.mp3"}, {dir.path()});
+    CliResult files =
+        runCli({"-cf", "pipe.mp3", "-ly", "pipe.mp3", "-im", "pipe.mp3", "-ti", "x", "t.mp3"}, {dir.path()});
     EXPECT_EQ(files.status, 5);
     EXPECT_EQ(files.out, "Failed to read the picture type (0)\n");
 }
