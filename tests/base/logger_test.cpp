@@ -48,7 +48,6 @@ protected:
     std::string console() { return contents(console_.get()); }
     std::string errors() { return contents(errors_.get()); }
     std::string file() { return contents(file_.get()); }
-    std::string dated(const std::string& name) { return readText(dir_.file(name)); }
 
     UniqueFile console_{std::tmpfile()}, errors_{std::tmpfile()}, file_{std::tmpfile()};
     support::TempDir dir_;
@@ -79,8 +78,8 @@ TEST_F(LoggerTest, DatedFilesNameTheYear2000As100AndRollOverEachDay) {
     Logger::log(1, "first");
     pin(localAt(2006, 5, 13, 0, 0, 5));
     Logger::log(3, "second");
-    EXPECT_EQ(dated("d060512.log"), "2006-05-12 23:00:00 [E] [ctx] first\n");
-    EXPECT_EQ(dated("d060513.log"), "2006-05-13 00:00:05 [ctx] second\n");
+    EXPECT_EQ(readText(dir_.file("d060512.log")), "2006-05-12 23:00:00 [E] [ctx] first\n");
+    EXPECT_EQ(readText(dir_.file("d060513.log")), "2006-05-13 00:00:05 [ctx] second\n");
 }
 
 }  // namespace
