@@ -253,8 +253,7 @@ for i, track in enumerate(tracks):
     assert [e.get('version') for e in ET.fromstring(data).findall('id3')] == ['1', '2'], track
     parsed += 1
 run = subprocess.run([cli, '-v', '-csv', 'all.csv'] + tracks, cwd=out, capture_output=True, text=True, errors='replace')
-with open(out + '/all.csv', newline='', encoding='utf-8-sig') as f:
-    rows = list(csv.reader(f))
+rows = list(csv.reader(open(out + '/all.csv', newline='', encoding='utf-8-sig')))
 assert len(rows[0]) == 39 and rows[0][-1] == 'UFID', rows[0]
 assert all(len(r) == 40 and r[-1] == '' for r in rows[1:])
 assert len(rows) - 1 == run.stderr.count('Successfully exported the tag data')
