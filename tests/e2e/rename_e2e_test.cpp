@@ -54,6 +54,8 @@ TEST(Rename, FormatsFoldersAndTheBranchesItFollows) {
              {"NoFolderWithoutAnAlbum", track({{"TIT2", latin1Payload("Song")}, {"TPE1", latin1Payload("Band")}}),
               {"-rename", "-folder"}, {"Song.mp3"}},
              {"FormatNamesFolders", song("Song"), {"-rename", "%A/%L/%n %T"}, {"Band/Record/03 Song.mp3"}},
+             // A total without a number ("/5") leaves the number unset.
+             {"FormatWithoutNumber", song("Title", "/5"), {"-rename", "%N - %T"}, {" - Title.mp3"}},
              {"Utf8Names", greek, {"-rename", "utf8"}, {"Björk Ω.mp3"}},
              {"SingleByteNames", greek, {"-rename"}, {"Bjrk.mp3"}},
              {"AfterTheDisplay", song("Song"), {"-d", "-rename"}, {"03-Song.mp3"}},
