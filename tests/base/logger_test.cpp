@@ -22,11 +22,7 @@ timeval localAt(int year, int month, int day, int hour, int minute, int second, 
 
 std::string contents(FILE* stream) {
     std::fflush(stream);
-    std::rewind(stream);
-    std::string text;
-    char block[512];
-    for (size_t n; (n = std::fread(block, 1, sizeof block, stream)) > 0;) text.append(block, n);
-    return text;
+    return readText("/proc/self/fd/" + std::to_string(fileno(stream)));
 }
 
 const std::string Stamp = "2006-05-12 13:45:01";
@@ -45,10 +41,6 @@ protected:
         now_ = now;
         Logger::setClock([this] { return now_; });
     }
-    std::string console() { return contents(console_.get()); }
-    std::string errors() { return contents(errors_.get()); }
-    std::string file() { return contents(file_.get()); }
-    std::string dated(const std::string& name) { return readText(dir_.file(name)); }
 
     UniqueFile console_{std::tmpfile()}, errors_{std::tmpfile()}, file_{std::tmpfile()};
     support::TempDir dir_;
@@ -64,10 +56,10 @@ TEST_F(LoggerTest, FileGetsDatedLinesAndTheConsoleTheBareMessage) {
     Logger::log(2, "ends\r");
     Logger::setConsoleEcho(false);
     Logger::log(2, "quiet");
-    EXPECT_EQ(errors(), Stamp + ": no file yet\n");
-    EXPECT_EQ(file(), "\n# Tagwick CMD Version 1.24.38\n" + Stamp + ": Failed to rename the file\n" + Stamp +
-                          ": ends\r" + Stamp + ": quiet\n");
-    EXPECT_EQ(console(), "\n# Tagwick CMD Version 1.24.38\nFailed to rename the file\nends\r");
+    EXPECT_EQ(contents(errors_.get()), Stamp + ": no file yet\n");
+    EXPECT_EQ(contents(file_.get()), "\n# Tagwick CMD Version 1.24.38\n" + Stamp + ": Failed to rename the file\n" +
+                                         Stamp + ": ends\r" + Stamp + ": quiet\n");
+    EXPECT_EQ(contents(console_.get()), "\n# Tagwick CMD Version 1.24.38\nFailed to rename the file\nends\r");
 }
 
 TEST_F(LoggerTest, DatedFilesNameTheYear2000As100AndRollOverEachDay) {
@@ -79,8 +71,8 @@ TEST_F(LoggerTest, DatedFilesNameTheYear2000As100AndRollOverEachDay) {
     Logger::log(1, "first");
     pin(localAt(2006, 5, 13, 0, 0, 5));
     Logger::log(3, "second");
-    EXPECT_EQ(dated("d060512.log"), "2006-05-12 23:00:00 [E] [ctx] first\n");
-    EXPECT_EQ(dated("d060513.log"), "2006-05-13 00:00:05 [ctx] second\n");
+    EXPECT_EQ(readText(dir_.file("d060512.log")), "2006-05-12 23:00:00 [E] [ctx] first\n");
+    EXPECT_EQ(readText(dir_.file("d060513.log")), "2006-05-13 00:00:05 [ctx] second\n");
 }
 
 }  // namespace

@@ -13,17 +13,15 @@
 namespace tagwick {
 namespace {
 
-using support::CliOptions;
-using support::CliResult;
-using support::runCli;
+using namespace support;
 
 const std::string VersionLine = "Tagwick version: 1.24.38 (1.17.78.342) \n\n";
 const std::string NoTrack = "No target track specified (use -h for help)\n";
 const std::string LogHeader = "\n# Tagwick CMD Version 1.24.38 (1.17.78.342)\n";
 
 TEST(Cli, HelpRequestPrintsVersionAndHelpAndProcessesNothing) {
-    support::TempDir dir;
-    support::writeText(dir.file("song.mp3"), "not really audio");
+    TempDir dir;
+    writeText(dir.file("song.mp3"), "not really audio");
     const CliResult plain = runCli({}, {dir.path()});
     EXPECT_EQ(plain.status, 0);
     const std::string& help = plain.out;
@@ -33,7 +31,7 @@ TEST(Cli, HelpRequestPrintsVersionAndHelpAndProcessesNothing) {
         EXPECT_EQ(r.status, 0);
         EXPECT_EQ(r.out, help) << testing::PrintToString(args);
     }
-    EXPECT_EQ(support::readText(dir.file("song.mp3")), "not really audio");
+    EXPECT_EQ(readText(dir.file("song.mp3")), "not really audio");
 
     EXPECT_TRUE(help.starts_with(VersionLine + "Usage: tagwickcli [options] file [file]...\n\n")) << help;
     size_t previous = 0;
@@ -72,11 +70,13 @@ TEST(Cli, HelpRequestPrintsVersionAndHelpAndProcessesNothing) {
 }
 
 TEST(Cli, ScanMessagesGoToStandardOutputBeforeTheVersionLine) {
-    support::TempDir dir;
-    CliResult r = runCli({"--xyz", "--helpme", "/nosuchoption", "/missing-tagwick/song.mp3", "nosuchfolder/a.mp3",
-                          "-ti", "-ar", "x", "-ver", "--g", "-tr"}, {dir.path()});
+    TempDir dir;
+    // A value beginning with '-' or '/' makes its option not match; the value is then scanned itself.
+    CliResult r = runCli({"--xyz", "--helpme", "-al", "/nosuchoption", "/missing-tagwick/song.mp3",
+                          "nosuchfolder/a.mp3", "-ti", "-ar", "x", "-ver", "--g", "-tr"}, {dir.path()});
     EXPECT_EQ(r.status, 0);
-    EXPECT_EQ(r.out, "Unknown delete command xyz\nUnknown delete command helpme\nUnknown command nosuchoption\n"
+    EXPECT_EQ(r.out, "Unknown delete command xyz\nUnknown delete command helpme\nUnknown command al\n"
+                     "Unknown command nosuchoption\n"
                      "File not found /missing-tagwick/song.mp3\nFailed to find the file using 'nosuchfolder/a.mp3'\n"
                      "Unknown command ti\nUnknown command tr\n" + VersionLine + NoTrack);
     // Without a log file the Logger writes to standard error, header included.
@@ -95,9 +95,9 @@ TEST(Cli, EachRunAppendsAHeaderToTheUsersLogAndMessagesEchoWithoutTheDate) {
     std::error_code error;
     std::filesystem::create_directories(home + "/library/logs", error);
     if (error) GTEST_SKIP() << "cannot create " << home << ": " << error.message();
-    support::writeText(log, "earlier line\n");
-    support::TempDir dir;
-    support::writeText(dir.file("a.mp3"), "junk");
+    writeText(log, "earlier line\n");
+    TempDir dir;
+    writeText(dir.file("a.mp3"), "junk");
     CliOptions options{dir.path(), name, {{"LOGNAME", "tagwick-e2e-someone-else"}}, {}};  // USER comes first
 
     CliResult failed = runCli({"-ti", "x", "a.mp3"}, options);
@@ -108,7 +108,7 @@ TEST(Cli, EachRunAppendsAHeaderToTheUsersLogAndMessagesEchoWithoutTheDate) {
     options.env = {{"LOGNAME", name}};
     EXPECT_EQ(runCli({"--Version"}, options).out, VersionLine + NoTrack);
 
-    const std::string text = support::readText(log), start = "earlier line\n" + LogHeader;
+    const std::string text = readText(log), start = "earlier line\n" + LogHeader;
     ASSERT_TRUE(text.starts_with(start)) << text;
     // "YYYY-MM-DD hh:mm:ss" then the message, then the second run's header.
     const std::string rest = text.substr(start.size());

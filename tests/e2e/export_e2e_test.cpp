@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
-#include <sstream>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -82,7 +81,9 @@ std::string everyFieldDocument() {
            "\t\t</picture>\n\t</id3>\n</tag>\n";
 }
 
-TEST(XmlExport, EveryFieldByteForByteInBothVersions) {
+// The XML document of the every-field track byte for byte in both versions; exports to targets
+// that cannot be created. The track is never touched.
+TEST(Exports, EveryFieldXmlAndTargetsThatCannotBeCreated) {
     TempDir dir;
     std::string track = dir.file("full.mp3");
     writeFile(track, everyFieldTrack());
@@ -100,6 +101,17 @@ TEST(XmlExport, EveryFieldByteForByteInBothVersions) {
     const size_t advisory = v1.find("\t\t<value name=\"Advisory\""), end = v1.find("\t</id3>\n</tag>");
     v1.erase(advisory, end - advisory);
     EXPECT_EQ(readText(dir.file("out.xml")), XmlHead + v1);
+
+    for (auto [option, target, message] : std::vector<std::tuple<std::string, std::string, std::string>>{
+             {"-xml", "missing/out.xml", "Failed to write the tag data to the XML file 'missing/out.xml' (2)"},
+             {"-csv", "missing/out.csv", "Failed to write the tag data to the CSV file 'missing/out.csv' (2)"},
+             {"-imex", "missing/out.jpg", "Failed to write the tag image to the file 'missing/out.jpg' (2)"},
+             {"-xml", "full.mp3", "The export file 'full.mp3' is the track itself"},
+             {"-csv", "full.mp3", "The export file 'full.mp3' is the track itself"}}) {
+        CliResult failed = runCli({option, target, track}, {dir.path()});
+        EXPECT_EQ(failed.status, 11) << option;
+        EXPECT_NE(failed.err.find(message + "\n"), std::string::npos) << failed.err;
+    }
     EXPECT_EQ(readFile(track), everyFieldTrack());
 }
 
@@ -116,15 +128,13 @@ TEST(XmlExport, VersionOneOnlyTrackGoesThroughACopyAndNoTagsGiveTheHead) {
                           value("Genre", "string", "Rock") + value("Comment", "string", "Nice")),
               std::string::npos) << copied;
 
+    // One run over it and a track without tags: the last track's document (the head) is what
+    // stays, cut to its length.
     writeFile(dir.file("bare.mp3"), buildStream({}, 20));
-    CliResult bare = runCli({"-xml", "bare.xml", dir.file("bare.mp3")}, {dir.path()});
-    EXPECT_EQ(bare.status, 0);
-    EXPECT_NE(bare.err.find("No tag information was found to export to the CSV file '" + dir.file("bare.mp3") + "'\n"),
-              std::string::npos) << bare.err;
-    EXPECT_EQ(readText(dir.file("bare.xml")), XmlHead);
-
-    // One run over two tracks: the last track's document is what stays, cut to its length.
-    ASSERT_EQ(runCli({"-xml", "two.xml", dir.file("only.mp3"), dir.file("bare.mp3")}, {dir.path()}).status, 0);
+    CliResult two = runCli({"-xml", "two.xml", dir.file("only.mp3"), dir.file("bare.mp3")}, {dir.path()});
+    EXPECT_EQ(two.status, 0);
+    EXPECT_NE(two.err.find("No tag information was found to export to the CSV file '" + dir.file("bare.mp3") + "'\n"),
+              std::string::npos) << two.err;
     EXPECT_EQ(readText(dir.file("two.xml")), XmlHead);
 }
 
@@ -162,23 +172,6 @@ TEST(CsvExport, OneHeaderForThreeTracksThenRowsAppended) {
     EXPECT_EQ(readText(dir.file("tags.csv")), table + plainRow + "\r\n");
     ASSERT_EQ(runCli({"-csv", "old.csv", "v", "1", bare}, {dir.path()}).status, 0);
     EXPECT_EQ(readText(dir.file("old.csv")), header + "\r\n");
-}
-
-TEST(Exports, TargetThatCannotBeCreatedGivesStatus11AndLeavesTheTrack) {
-    TempDir dir;
-    std::string track = dir.file("full.mp3");
-    writeFile(track, everyFieldTrack());
-    for (auto [option, target, message] : std::vector<std::tuple<std::string, std::string, std::string>>{
-             {"-xml", "missing/out.xml", "Failed to write the tag data to the XML file 'missing/out.xml' (2)"},
-             {"-csv", "missing/out.csv", "Failed to write the tag data to the CSV file 'missing/out.csv' (2)"},
-             {"-imex", "missing/out.jpg", "Failed to write the tag image to the file 'missing/out.jpg' (2)"},
-             {"-xml", "full.mp3", "The export file 'full.mp3' is the track itself"},
-             {"-csv", "full.mp3", "The export file 'full.mp3' is the track itself"}}) {
-        CliResult result = runCli({option, target, track}, {dir.path()});
-        EXPECT_EQ(result.status, 11) << option;
-        EXPECT_NE(result.err.find(message + "\n"), std::string::npos) << result.err;
-    }
-    EXPECT_EQ(readFile(track), everyFieldTrack());
 }
 
 ByteVec picturesOf(std::vector<std::pair<const char*, std::string>> pictures) {
@@ -236,8 +229,8 @@ TEST(ImageExport, NamesFromTheTargetAndThePictureTypes) {
 // Every sample track's XML document is read by python3's XML parser, and the CSV table of all of
 // them by its CSV reader: one row per track that had tags, as wide as the header and the
 // trailing comma. A document of a track without tags is the two head lines (no root element),
-// and version 1 values are written as their stored bytes: those that are not UTF-8 are read as
-// ISO-8859-1 to parse the rest.
+// and version 1 values are written as their stored bytes, which may not be UTF-8: they are read
+// as ISO-8859-1 to parse the rest.
 TEST(Exports, SampleTracksReadBackByPython) {
     const std::string corpus = corpusFile("");
     if (corpus.empty()) GTEST_SKIP() << "sample corpus not present";
@@ -252,32 +245,23 @@ parsed = 0
 for i, track in enumerate(tracks):
     name = '%s/%d.xml' % (out, i)
     assert subprocess.run([cli, '-xml', '%d.xml' % i, track], cwd=out, capture_output=True).returncode in (0, 1)
-    if not os.path.exists(name) or open(name, 'rb').read() == head:
+    data = open(name, 'rb').read() if os.path.exists(name) else head
+    if data == head:
         continue
-    data = open(name, 'rb').read()
     start, end = data.index(b'\t<id3 version="1">'), data.index(b'\t<id3 version="2">')
-    try:
-        data[start:end].decode('utf-8')
-    except UnicodeDecodeError:
-        data = data[:start] + data[start:end].decode('latin-1').encode('utf-8') + data[end:]
+    data = data[:start] + data[start:end].decode('latin-1').encode('utf-8') + data[end:]
     assert [e.get('version') for e in ET.fromstring(data).findall('id3')] == ['1', '2'], track
     parsed += 1
 run = subprocess.run([cli, '-v', '-csv', 'all.csv'] + tracks, cwd=out, capture_output=True, text=True, errors='replace')
-with open(out + '/all.csv', newline='', encoding='utf-8-sig') as f:
-    rows = list(csv.reader(f))
+rows = list(csv.reader(open(out + '/all.csv', newline='', encoding='utf-8-sig')))
 assert len(rows[0]) == 39 and rows[0][-1] == 'UFID', rows[0]
 assert all(len(r) == 40 and r[-1] == '' for r in rows[1:])
 assert len(rows) - 1 == run.stderr.count('Successfully exported the tag data')
-print(parsed, len(rows) - 1)
+assert parsed > 40 and len(rows) > 31, (parsed, len(rows))
 )");
     std::string command = "/usr/bin/python3 " + dir.file("check.py") + " " + TAGWICK_CLI_PATH + " " + corpus + " " +
                           dir.path() + " > " + dir.file("py.out") + " 2>&1";
-    ASSERT_EQ(std::system(command.c_str()), 0) << readText(dir.file("py.out"));
-    std::istringstream counts(readText(dir.file("py.out")));
-    size_t documents = 0, rows = 0;
-    counts >> documents >> rows;
-    EXPECT_GT(documents, 40u);
-    EXPECT_GT(rows, 30u);
+    EXPECT_EQ(std::system(command.c_str()), 0) << readText(dir.file("py.out"));
 }
 
 }  // namespace

@@ -20,17 +20,21 @@ namespace {
 // 200 frames of 417 bytes at 128 kbit/s: 83400 x 8 / 128000 = 5.2 seconds.
 ByteVec fiveSecondTrack() { return concat({buildStream({}, 200), buildV1({"Old", "", "", "", "", 0, 255})}); }
 
-TEST(Run, MpegValuesActOnTheFirstTrackOnlyInTheirOwnOrder) {
+// The MPEG values act on the first track only, in their own order; -d with a field only
+// displays, and a modifier alone leads to the default display. None of them writes.
+TEST(Run, DisplayingBranchesWriteNothing) {
     TempDir dir;
     std::string a = dir.file("a.mp3"), b = dir.file("b.mp3");
     writeFile(a, fiveSecondTrack());
     writeFile(b, buildStream({}, 400));  // 10 seconds
-    ByteVec before = readFile(b);
     CliResult result = runCli({"-mchn", "-mfrq", "-mbtr", "-mlen", a, b});
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.out, "5\n128000\n44100\n2\n");
-    EXPECT_EQ(readFile(b), before);
     EXPECT_EQ(runCli({"-v", "-mlen", b, a}).out, "Updating the ID3 tag information for 'b.mp3'\n10\n");
+    EXPECT_EQ(runCli({"-d", "-ti", "x", a}).out, runCli({"-d", a}).out);
+    EXPECT_EQ(runCli({"-rmape", "-kd", "-trim", a}).out, runCli({"-d", "-m", a}).out);
+    EXPECT_EQ(readFile(a), fiveSecondTrack());
+    EXPECT_EQ(readFile(b), buildStream({}, 400));
 }
 
 // A named pipe with no writer must not keep the program waiting: it cannot be read as a track,
@@ -46,7 +50,8 @@ TEST(Run, NamedPipeIsRefusedWithoutWaiting) {
     EXPECT_NE(runCli({"-check", pipe}).err.find("Error: Cannot open track '" + pipe + "' or it is empty"),
               std::string::npos);
     writeFile(dir.file("t.mp3"), fiveSecondTrack());
-    CliResult files = runCli({"-cf", "pipe.mp3", "-ly", "pipe.mp3", "-im", "pipe.mp3", "-ti", "x", "t.mp3"}, {dir.path()});
+    CliResult files =
+        runCli({"-cf", "pipe.mp3", "-ly", "pipe.mp3", "-im", "pipe.mp3", "-ti", "x", "t.mp3"}, {dir.path()});
     EXPECT_EQ(files.status, 5);
     EXPECT_EQ(files.out, "Failed to read the picture type (0)\n");
 }
@@ -57,9 +62,7 @@ TEST(Run, FailingTrackStopsTheRunOnlyWithE) {
     TempDir dir;
     std::string good = dir.file("good.mp3"), bad = dir.file("bad.mp3"), notes = dir.file("notes.txt");
     writeFile(good, fiveSecondTrack());
-    ByteVec garbage = buildStream({}, 20);
-    garbage.insert(garbage.end(), 2000, 0x55);
-    writeFile(bad, garbage);
+    writeFile(bad, concat({buildStream({}, 20), ByteVec(2000, 0x55)}));
     writeText(notes, "text");
 
     CliResult all = runCli({"-check", good, bad, notes});
@@ -72,17 +75,6 @@ TEST(Run, FailingTrackStopsTheRunOnlyWithE) {
     EXPECT_EQ(runCli({"-e", "-mlen", bad, good}).status, 1);
 }
 
-// -d with a field only displays; a modifier alone leads to the default display. Neither writes.
-TEST(Run, DisplayAndModifiersAloneWriteNothing) {
-    TempDir dir;
-    std::string a = dir.file("a.mp3");
-    writeFile(a, fiveSecondTrack());
-    ByteVec before = readFile(a);
-    EXPECT_EQ(runCli({"-d", "-ti", "x", a}).out, runCli({"-d", a}).out);
-    EXPECT_EQ(runCli({"-rmape", "-kd", "-trim", a}).out, runCli({"-d", "-m", a}).out);
-    EXPECT_EQ(readFile(a), before);
-}
-
 ByteVec protectedFrames(size_t count, bool wrong = false) {
     FrameLayout frame;
     frame.crc = true;
@@ -91,14 +83,12 @@ ByteVec protectedFrames(size_t count, bool wrong = false) {
     return buildStream(frame, count);
 }
 
-struct Checked {
-    int status;
-    std::string report;  // standard error from the checker's first line on (the log banner goes before)
-};
-Checked check(const std::vector<std::string>& args) {
-    const CliResult run = runCli(args);
+// The run, its standard error cut to start at the checker's first line (the log banner goes before).
+CliResult check(const std::vector<std::string>& args) {
+    CliResult run = runCli(args);
     EXPECT_EQ(run.out, "");
-    return {run.status, run.err.substr(std::min(run.err.size(), run.err.find("Checking audio file '")))};
+    run.err.erase(0, std::min(run.err.size(), run.err.find("Checking audio file '")));
+    return run;
 }
 
 TEST(CheckCommand, ProblemsAreReportedAndFixed) {
@@ -113,14 +103,14 @@ TEST(CheckCommand, ProblemsAreReportedAndFixed) {
                                "Warning: Invalid data at the end of the file\n"
                                "Warning: 1 frames have the wrong CRC\n"
                                "Information: MPEG 1 Layer III, 12 MPEG frames, CBR, CRC, ID3v1\n";
-    const Checked checked = check({"-check", path});
+    const CliResult checked = check({"-check", path});
     EXPECT_EQ(checked.status, 4);
-    EXPECT_EQ(checked.report, report);
+    EXPECT_EQ(checked.err, report);
     EXPECT_EQ(readFile(path), damaged);
 
-    const Checked fixed = check({"-check", "FIX", path});
+    const CliResult fixed = check({"-check", "FIX", path});
     EXPECT_EQ(fixed.status, 4);
-    EXPECT_EQ(fixed.report, report + "Rebuilding file '" + path + "'...\n\nAudio file has been rebuilt\n");
+    EXPECT_EQ(fixed.err, report + "Rebuilding file '" + path + "'...\n\nAudio file has been rebuilt\n");
     // The CRC corrected, the noise and the frame before it gone; the old file kept, the mode too.
     EXPECT_EQ(readFile(path), concat({protectedFrames(11), buildV1({})}));
     EXPECT_EQ(readFile(path + ".bak"), damaged);
@@ -128,9 +118,9 @@ TEST(CheckCommand, ProblemsAreReportedAndFixed) {
     ASSERT_EQ(stat(path.c_str(), &info), 0);
     EXPECT_EQ(info.st_mode & 07777, 0604u);
     // A sound track is not rebuilt: neither it nor the backup changes.
-    const Checked again = check({"-check", "fix", path});
+    const CliResult again = check({"-check", "fix", path});
     EXPECT_EQ(again.status, 0);
-    EXPECT_EQ(again.report, "Checking audio file '" + path + "'...\n"
+    EXPECT_EQ(again.err, "Checking audio file '" + path + "'...\n"
                             "Information: MPEG 1 Layer III, 11 MPEG frames, CBR, CRC, ID3v1\n");
     EXPECT_EQ(readFile(path), concat({protectedFrames(11), buildV1({})}));
     EXPECT_EQ(readFile(path + ".bak"), damaged);
@@ -144,7 +134,7 @@ TEST(CheckCommand, FailedMoveToTheBackupIsNotDetected) {
     writeFile(path, concat({protectedFrames(1, true), protectedFrames(11)}));
     ASSERT_EQ(mkdir((path + ".bak").c_str(), 0700), 0);
     writeText(path + ".bak/keep", "x");  // a folder in the way that cannot be replaced
-    EXPECT_NE(check({"-check", "fix", path}).report.find("Audio file has been rebuilt\n"), std::string::npos);
+    EXPECT_NE(check({"-check", "fix", path}).err.find("Audio file has been rebuilt\n"), std::string::npos);
     EXPECT_EQ(readFile(path), protectedFrames(12));
     EXPECT_TRUE(std::filesystem::is_directory(path + ".bak"));
 }

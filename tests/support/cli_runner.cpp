@@ -3,7 +3,6 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -80,23 +79,21 @@ void setRunEnvironment(const CliOptions& options) {
 CliResult runCli(const std::vector<std::string>& args, const CliOptions& options) {
     TempDir capture;  // the child's standard output and error
     const std::string outPath = capture.file("out"), errPath = capture.file("err");
-    std::vector<std::string> argv = args;
-    argv.insert(argv.begin(), options.fault ? TAGWICK_DYNAMIC_CLI_PATH : TAGWICK_CLI_PATH);
-    std::vector<char*> argp;
-    for (std::string& arg : argv) argp.push_back(arg.data());
-    argp.push_back(nullptr);
+    std::vector<const char*> argv = {options.fault ? TAGWICK_DYNAMIC_CLI_PATH : TAGWICK_CLI_PATH};
+    for (const std::string& arg : args) argv.push_back(arg.c_str());
+    argv.push_back(nullptr);
 
     std::fflush(stdout);
     std::fflush(stderr);
     pid_t pid = fork();
     if (pid < 0) throw std::runtime_error("fork failed");
     if (pid == 0) {  // the tests run no other threads, so the child may allocate
-        const int in = ::open("/dev/null", O_RDONLY), out = ::open(outPath.c_str(), O_WRONLY | O_CREAT, 0600),
-                  err = ::open(errPath.c_str(), O_WRONLY | O_CREAT, 0600);
-        if (in < 0 || out < 0 || err < 0 || dup2(in, 0) < 0 || dup2(out, 1) < 0 || dup2(err, 2) < 0) _exit(125);
+        if (!std::freopen("/dev/null", "r", stdin) || !std::freopen(outPath.c_str(), "w", stdout) ||
+            !std::freopen(errPath.c_str(), "w", stderr))
+            _exit(125);
         if (!options.workingDir.empty() && chdir(options.workingDir.c_str()) != 0) _exit(126);
         setRunEnvironment(options);
-        execv(argp[0], argp.data());
+        execv(argv[0], const_cast<char* const*>(argv.data()));
         _exit(127);
     }
     int raw = 0;

@@ -45,15 +45,12 @@ ByteVec everyFieldTrack() {
 
 FileSizeLimit::FileSizeLimit(rlim_t bytes) {
     if (getrlimit(RLIMIT_FSIZE, &previous_) != 0) throw std::runtime_error("getrlimit failed");
-    previousHandler_ = std::signal(SIGXFSZ, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
     struct rlimit limit = previous_;
     limit.rlim_cur = bytes;
     if (setrlimit(RLIMIT_FSIZE, &limit) != 0) throw std::runtime_error("setrlimit failed");
 }
 
-FileSizeLimit::~FileSizeLimit() {
-    setrlimit(RLIMIT_FSIZE, &previous_);
-    std::signal(SIGXFSZ, previousHandler_);
-}
+FileSizeLimit::~FileSizeLimit() { setrlimit(RLIMIT_FSIZE, &previous_); }
 
 }  // namespace tagwick::support

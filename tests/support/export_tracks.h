@@ -17,7 +17,7 @@ namespace tagwick::support {
 ByteVec everyFieldTrack();
 
 // While it lives, writes that would make any file of this process (and of the processes it
-// starts) larger than `bytes` fail with EFBIG instead of raising SIGXFSZ.
+// starts) larger than `bytes` fail with EFBIG (SIGXFSZ is ignored from then on).
 class FileSizeLimit {
 public:
     explicit FileSizeLimit(rlim_t bytes);
@@ -27,7 +27,6 @@ public:
 
 private:
     struct rlimit previous_ {};
-    void (*previousHandler_)(int) = nullptr;
 };
 
 }  // namespace tagwick::support

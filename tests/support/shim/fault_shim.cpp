@@ -70,11 +70,9 @@ ssize_t pwrite(int fd, const void* buffer, size_t count, off_t offset) {
 
 int close(int fd) {
     static auto real = next<int (*)(int)>("close");
-    if (strikes("close", fdMatches(fd))) {
-        real(fd);  // a failed close still releases the descriptor
-        return -1;
-    }
-    return real(fd);
+    const bool fails = strikes("close", fdMatches(fd));
+    const int result = real(fd);  // a failed close still releases the descriptor
+    return fails ? -1 : result;
 }
 
 int rename(const char* from, const char* to) {
