@@ -13,11 +13,18 @@ namespace tagwick {
 
 namespace {
 
-// One kernel copy call moves at most this much, so that a signal never waits for a huge one.
-constexpr uint64_t KernelCopyStep = uint64_t(1) << 30;
+// One kernel copy call moves at most this much. After each full step the kernel is asked to
+// start writing the step out, so the disk works while the next one is copied; left alone, all of
+// a large file would be written at the replacement, with the caller waiting.
+constexpr uint64_t KernelCopyStep = uint64_t(8) << 20;
 // The buffer starts this small and doubles as it fills, up to BufferSize: a small file never
 // costs the whole buffer.
 constexpr size_t FirstBufferSize = 16 * 1024;
+
+// A hint only: its failure (a pipe, a file system without writeback) changes nothing.
+void startWriteback(int fd, uint64_t offset, uint64_t length) {
+    (void)sync_file_range(fd, off_t(offset), off_t(length), SYNC_FILE_RANGE_WRITE);
+}
 
 uint64_t positionOf(int fd) {
     const off_t here = fd >= 0 ? lseek(fd, 0, SEEK_CUR) : -1;
@@ -164,6 +171,7 @@ bool FileWriter::copyInKernel(int sourceFd, uint64_t offset, uint64_t length) {
         // some kernels also say for files they cannot copy): the buffer takes over, and tells
         // a real end of the source or a real error.
         if (n <= 0) return copyThroughBuffer(sourceFd, uint64_t(in), length - copied_);
+        if (uint64_t(n) == KernelCopyStep) startWriteback(fd_, bufferStart_, uint64_t(n));
         copied_ += uint64_t(n);
         bufferStart_ += uint64_t(n);
     }

@@ -121,7 +121,8 @@ constexpr uint64_t B = FileReader::BufferSize;
 // Bytes that differ from their neighbours at every offset of a few windows.
 Vec pattern(size_t size) {
     Vec bytes(size);
-    for (size_t i = 0; i < size; ++i) bytes[i] = uint8_t(i * 7 + (i >> 9));
+    // No period short of the sizes used, so a block copied to the wrong place shows.
+    for (size_t i = 0; i < size; ++i) bytes[i] = uint8_t(i * 7 + (i >> 9) + (i >> 17) * 31 + (i >> 23) * 101);
     return bytes;
 }
 
@@ -205,22 +206,22 @@ TEST(FileWriter, TakeBackAcrossAFlushAndPatchesAnywhere) {
     EXPECT_EQ(support::readFile(dir.file("out")), expected);
 }
 
-TEST(FileWriter, CopiesFromAnotherFileAndTellsAnEarlyEnd) {
+TEST(FileWriter, CopiesFromAnotherFileInStepsAndTellsAnEarlyEnd) {
     TempDir dir;
-    const Vec source = pattern(3 * B + 77);
+    const Vec source = pattern(40 * B + 77);
     support::writeFile(dir.file("src"), source);
     UniqueFd in(open(dir.file("src").c_str(), O_RDONLY));
     FileWriter writer(UniqueFd(open(dir.file("out").c_str(), O_RDWR | O_CREAT | O_TRUNC, 0600)));
     ASSERT_TRUE(writer.write(text("ID3")));
-    ASSERT_TRUE(writer.copyFrom(in.get(), 5, 2 * B));
-    EXPECT_EQ(writer.copied(), 2 * B);
-    EXPECT_FALSE(writer.copyFrom(in.get(), 3 * B, 1000));  // 77 bytes are there
+    ASSERT_TRUE(writer.copyFrom(in.get(), 5, 36 * B));  // 9 MB: more than one kernel step
+    EXPECT_EQ(writer.copied(), 36 * B);
+    EXPECT_FALSE(writer.copyFrom(in.get(), 40 * B, 1000));  // 77 bytes are there
     EXPECT_EQ(writer.copied(), 77u);
     EXPECT_FALSE(writer.failed());
     ASSERT_TRUE(writer.write(text("!")));
     ASSERT_TRUE(writer.close());
     Vec expected = text("ID3");
-    for (const Vec& part : {slice(source, 5, 2 * B), slice(source, 3 * B, 77), text("!")})
+    for (const Vec& part : {slice(source, 5, 36 * B), slice(source, 40 * B, 77), text("!")})
         expected.insert(expected.end(), part.begin(), part.end());
     EXPECT_EQ(support::readFile(dir.file("out")), expected);
 }
