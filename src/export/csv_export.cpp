@@ -17,12 +17,6 @@ namespace {
 constexpr std::string_view ByteOrderMark = "\xEF\xBB\xBF";
 constexpr std::string_view LineEnd = "\r\n";
 
-constexpr std::string_view HeaderV1 =
-    "Track,Tracks,Title,Artist,Album,Year,Genre,Comment,Composer,Copyright,Original artist,Encoded by,URL,"
-    "Compilation,Picture,Lyrics,Conductor,Lyricist,Orchestra,Publisher,Content,Subtitle,Set/Disc,Sets/Discs,ISRC,"
-    "Record time,Release time,Initial key,BPM,Artist URL,Podcast,Podcast ID,Podcast feed,Podcast description";
-constexpr std::string_view HeaderV2Additions = ",Advisory,Produced notice,Mood,ISWC,UFID";
-
 bool needsQuotes(std::string_view text) {
     return text.front() == ' ' || text.front() == '\t' || text.find_first_of("\"'\n\r,/\\") != std::string_view::npos;
 }
@@ -34,52 +28,28 @@ void numberField(uint16_t number, std::string& out) {
 
 void flagField(bool on, std::string& out) { writeCsvField(on ? "Yes" : "No", out); }
 
+void columnAsCsv(const Id3v2Tag& t, const ExportColumn& column, std::string& out) {
+    switch (column.kind) {
+        case ColumnKind::Number:
+        case ColumnKind::Total: numberField(columnNumber(t, column), out); break;
+        case ColumnKind::Text:
+        case ColumnKind::Timestamp: writeCsvField(columnText(t, column), out); break;
+        case ColumnKind::Year: writeCsvField(exportYear(t), out); break;
+        case ColumnKind::Flag: flagField(columnFlag(t, column), out); break;
+        // The picture count goes out bare.
+        case ColumnKind::PictureCount: out += format("%d,", int(t.pictures.size())); break;
+        // Whether the tag holds lyrics, not the lyrics themselves.
+        case ColumnKind::Lyrics: flagField(t.lyrics.has_value(), out); break;
+        case ColumnKind::Advisory: writeCsvField(advisoryName(t.advisory), out); break;
+        // Owner and identifier go out bare, without quotes or doubling.
+        case ColumnKind::Ufid: out += ufidOwnerText(t) + " " + ufidDataText(t) + ","; break;
+    }
+}
+
 std::string csvRow(const Id3v2Tag& t, int version) {
     std::string out;
-    numberField(t.trackNumber, out);
-    numberField(t.trackTotal, out);
-    writeCsvField(exportText(t.title), out);
-    writeCsvField(exportText(t.artist), out);
-    writeCsvField(exportText(t.album), out);
-    writeCsvField(exportYear(t), out);
-    writeCsvField(exportText(t.genre), out);
-    writeCsvField(exportText(t.comment), out);
-    writeCsvField(exportText(t.composer), out);
-    writeCsvField(exportText(t.copyright), out);
-    writeCsvField(exportText(t.originalArtist), out);
-    writeCsvField(exportText(t.encodedBy), out);
-    writeCsvField(exportText(t.url), out);
-    flagField(t.compilation, out);
-    // The picture count goes out bare.
-    out += format("%d,", int(t.pictures.size()));
-    // Whether the tag holds lyrics, not the lyrics themselves.
-    flagField(t.lyrics.has_value(), out);
-    writeCsvField(exportText(t.conductor), out);
-    writeCsvField(exportText(t.lyricist), out);
-    writeCsvField(exportText(t.orchestra), out);
-    writeCsvField(exportText(t.publisher), out);
-    writeCsvField(exportText(t.contentGroup), out);
-    writeCsvField(exportText(t.subtitle), out);
-    numberField(t.setNumber, out);
-    numberField(t.setTotal, out);
-    writeCsvField(exportText(t.isrc), out);
-    writeCsvField(exportTimestamp(t.recordingTime), out);
-    writeCsvField(exportTimestamp(t.releaseTime), out);
-    writeCsvField(exportText(t.initialKey), out);
-    writeCsvField(exportText(t.bpm), out);
-    writeCsvField(exportText(t.artistUrl), out);
-    flagField(t.podcast, out);
-    writeCsvField(exportText(t.podcastId), out);
-    writeCsvField(exportText(t.podcastFeed), out);
-    writeCsvField(exportText(t.podcastDescription), out);
-    if (version > 1) {
-        writeCsvField(advisoryName(t.advisory), out);
-        writeCsvField(exportText(t.producedNotice), out);
-        writeCsvField(exportText(t.mood), out);
-        writeCsvField(exportText(t.iswc), out);
-        // Owner and identifier go out bare, without quotes or doubling.
-        out += ufidOwnerText(t) + " " + ufidDataText(t) + ",";
-    }
+    for (const ExportColumn& column : ExportColumns)
+        if (hasColumn(column, version)) columnAsCsv(t, column, out);
     out += LineEnd;
     return out;
 }
@@ -110,8 +80,12 @@ void writeCsvField(std::string_view text, std::string& out) {
 }
 
 std::string csvHeader(int version) {
-    std::string out(HeaderV1);
-    if (version != 1) out += HeaderV2Additions;
+    std::string out;
+    for (const ExportColumn& column : ExportColumns) {
+        if (!hasColumn(column, version == 1 ? 1 : 2)) continue;
+        if (!out.empty()) out += ',';
+        out += column.name;
+    }
     out += LineEnd;
     return out;
 }

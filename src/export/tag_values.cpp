@@ -7,6 +7,22 @@ namespace tagwick {
 
 std::string exportText(const OptText& value) { return value ? value->utf8() : std::string(); }
 
+std::string columnText(const Id3v2Tag& tag, const ExportColumn& column) {
+    const OptText* value = textField(tag, column.field);
+    if (value == nullptr) return {};
+    return column.kind == ColumnKind::Timestamp ? exportTimestamp(*value) : exportText(*value);
+}
+
+uint16_t columnNumber(const Id3v2Tag& tag, const ExportColumn& column) {
+    const bool total = column.kind == ColumnKind::Total;
+    if (column.field == V2Field::Set) return total ? tag.setTotal : tag.setNumber;
+    return total ? tag.trackTotal : tag.trackNumber;
+}
+
+bool columnFlag(const Id3v2Tag& tag, const ExportColumn& column) {
+    return column.field == V2Field::Podcast ? tag.podcast : tag.compilation;
+}
+
 std::string exportYear(const Id3v2Tag& tag) { return latin1ToUtf8(tag.year); }
 
 std::string exportTimestamp(const OptText& value) {

@@ -58,49 +58,29 @@ void boolValue(std::string& out, std::string_view name, bool value) {
 // A number of the tag; 0 when it is not set.
 long numberValue(uint16_t number) { return number == NumberNotSet ? 0 : number; }
 
+void columnAsXml(const Id3v2Tag& t, const ExportColumn& column, std::string& out) {
+    const Multiline lines = column.multiline ? Multiline::Yes : Multiline::No;
+    switch (column.kind) {
+        case ColumnKind::Number:
+        case ColumnKind::Total: longValue(out, column.name, numberValue(columnNumber(t, column))); break;
+        case ColumnKind::Text:
+        case ColumnKind::Timestamp:
+        case ColumnKind::Lyrics: stringValue(out, column.name, columnText(t, column), lines); break;
+        case ColumnKind::Year: stringValue(out, column.name, exportYear(t)); break;
+        case ColumnKind::Flag: boolValue(out, column.name, columnFlag(t, column)); break;
+        case ColumnKind::PictureCount: break;  // the pictures follow as elements of their own
+        case ColumnKind::Advisory: stringValue(out, column.name, advisoryName(t.advisory)); break;
+        case ColumnKind::Ufid:
+            stringValue(out, column.name, ufidOwnerText(t));
+            stringValue(out, "UFID data", ufidDataText(t));
+            break;
+    }
+}
+
 std::string v2AsXml(const Id3v2Tag& t, int version) {
     std::string out = "\t<id3 version=\"2\">\n";
-    longValue(out, "Track", numberValue(t.trackNumber));
-    longValue(out, "Tracks", numberValue(t.trackTotal));
-    stringValue(out, "Title", exportText(t.title));
-    stringValue(out, "Artist", exportText(t.artist));
-    stringValue(out, "Album", exportText(t.album));
-    stringValue(out, "Year", exportYear(t));
-    stringValue(out, "Genre", exportText(t.genre));
-    stringValue(out, "Comment", exportText(t.comment), Multiline::Yes);
-    stringValue(out, "Composer", exportText(t.composer));
-    stringValue(out, "Copyright", exportText(t.copyright));
-    stringValue(out, "Original artist", exportText(t.originalArtist));
-    stringValue(out, "Encoded by", exportText(t.encodedBy));
-    stringValue(out, "URL", exportText(t.url));
-    boolValue(out, "Compilation", t.compilation);
-    stringValue(out, "Lyrics", exportText(t.lyrics), Multiline::Yes);
-    stringValue(out, "Conductor", exportText(t.conductor));
-    stringValue(out, "Lyricist", exportText(t.lyricist));
-    stringValue(out, "Orchestra", exportText(t.orchestra));
-    stringValue(out, "Publisher", exportText(t.publisher));
-    stringValue(out, "Content", exportText(t.contentGroup));
-    stringValue(out, "Subtitle", exportText(t.subtitle), Multiline::Yes);
-    longValue(out, "Set/Disc", numberValue(t.setNumber));
-    longValue(out, "Sets/Discs", numberValue(t.setTotal));
-    stringValue(out, "ISRC", exportText(t.isrc));
-    stringValue(out, "Record time", exportTimestamp(t.recordingTime));
-    stringValue(out, "Release time", exportTimestamp(t.releaseTime));
-    stringValue(out, "Initial key", exportText(t.initialKey));
-    stringValue(out, "BPM", exportText(t.bpm));
-    stringValue(out, "Artist URL", exportText(t.artistUrl));
-    boolValue(out, "Podcast", t.podcast);
-    stringValue(out, "Podcast ID", exportText(t.podcastId));
-    stringValue(out, "Podcast feed", exportText(t.podcastFeed));
-    stringValue(out, "Podcast description", exportText(t.podcastDescription), Multiline::Yes);
-    if (version > 1) {
-        stringValue(out, "Advisory", advisoryName(t.advisory));
-        stringValue(out, "Produced notice", exportText(t.producedNotice));
-        stringValue(out, "Mood", exportText(t.mood));
-        stringValue(out, "ISWC", exportText(t.iswc));
-        stringValue(out, "UFID", ufidOwnerText(t));
-        stringValue(out, "UFID data", ufidDataText(t));
-    }
+    for (const ExportColumn& column : ExportColumns)
+        if (hasColumn(column, version)) columnAsXml(t, column, out);
     return out;
 }
 
