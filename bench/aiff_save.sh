@@ -9,15 +9,14 @@
 # The track is made once in bench/data (not committed). Needs hyperfine and python3.
 set -euo pipefail
 
-ROOT="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 DATA="$ROOT/bench/data"
-CLI="${1:-${TAGWICK_CLI:-$ROOT/build/tagwickcli}}"
 RUNS="${RUNS:-10}"
 MB="${BENCH_MB:-100}"
 GOAL=1.5
 
-command -v hyperfine >/dev/null || { echo "hyperfine is not installed (apt-get install hyperfine)" >&2; exit 2; }
-[[ -x $CLI ]] || { echo "No program at $CLI (build it first, or name it)" >&2; exit 2; }
+need_hyperfine
+need_cli
 mkdir -p "$DATA"
 TRACK="$DATA/big-$MB.aif"
 COPY="$DATA/big-$MB-copy.aif"

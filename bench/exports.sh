@@ -12,16 +12,15 @@
 # between hyperfine and the runs. Figures are the mean of the runs, in milliseconds.
 set -euo pipefail
 
-ROOT="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 DATA="$ROOT/bench/data/exports"
-CLI="${1:-${TAGWICK_CLI:-$ROOT/build/tagwickcli}}"
 RUNS="${RUNS:-10}"
 TRACKS="${BENCH_TRACKS:-1000}"
 CXX="${CXX:-g++}"
 GOAL=1.5
 
-command -v hyperfine >/dev/null 2>&1 || { echo "hyperfine is needed (apt-get install hyperfine)" >&2; exit 1; }
-[[ -x $CLI ]] || { echo "No tagwickcli at $CLI (build it first)" >&2; exit 1; }
+need_hyperfine
+need_cli
 CLI="$(cd "$(dirname "$CLI")" && pwd)/$(basename "$CLI")"
 mkdir -p "$DATA"
 

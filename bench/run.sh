@@ -25,10 +25,9 @@
 # error, which is discarded like standard output.
 set -euo pipefail
 
-ROOT="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 BENCH="$ROOT/bench"
 DATA="$BENCH/data"
-CLI="${1:-${TAGWICK_CLI:-$ROOT/build/tagwickcli}}"
 RUNS="${RUNS:-5}"
 ROUNDS="${ROUNDS:-8}"
 MB="${BENCH_MB:-100}"

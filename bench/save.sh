@@ -10,14 +10,13 @@
 # Environment: RUNS (default 10). The tracks come from bench/run.sh (run it once first).
 set -euo pipefail
 
-ROOT="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 DATA="$ROOT/bench/data"
-CLI="${1:-${TAGWICK_CLI:-$ROOT/build/tagwickcli}}"
 RUNS="${RUNS:-10}"
 GOAL=1.2
 
-command -v hyperfine >/dev/null || { echo "hyperfine is not installed (apt-get install hyperfine)" >&2; exit 2; }
-[[ -x $CLI ]] || { echo "No program at $CLI (build it first, or name it)" >&2; exit 2; }
+need_hyperfine
+need_cli
 [[ -d $DATA/tracks && -f $DATA/cbr.mp3 ]] || { echo "No bench tracks in $DATA: run bench/run.sh first" >&2; exit 2; }
 
 FLOOR="$DATA/save_floor"

@@ -9,20 +9,13 @@
 # Needs hyperfine (`apt-get install hyperfine`).
 set -euo pipefail
 
-ROOT="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
-CLI="${1:-${TAGWICK_CLI:-$ROOT/build/tagwickcli}}"
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 RUNS="${RUNS:-1000}"
 WARMUP="${WARMUP:-50}"
 GOAL=1.3
 
-if ! command -v hyperfine >/dev/null 2>&1; then
-    echo "hyperfine is not installed (apt-get install hyperfine)" >&2
-    exit 2
-fi
-if [[ ! -x $CLI ]]; then
-    echo "No program at $CLI (build it first, or name it)" >&2
-    exit 2
-fi
+need_hyperfine
+need_cli
 
 csv="$(mktemp)"
 trap 'rm -f "$csv"' EXIT
