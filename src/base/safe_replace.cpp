@@ -165,15 +165,27 @@ SiblingTempFile SiblingTempFile::create(const std::string& path, mode_t mode, ui
         }
         temp.fd_ = UniqueFd(fd);
         temp.created_ = true;
-        // Owner and group only where the process may give them (the group alone may still be
-        // allowed); the permissions last, as a change of owner may clear some of them, and
-        // because the umask may have taken bits away.
-        if (::fchown(fd, owner, group) != 0) (void)::fchown(fd, uid_t(-1), group);
-        ::fchmod(fd, mode & 07777);
+        temp.takeOwnerAndMode(owner, group, mode & 07777);
         return temp;
     }
     errno = EEXIST;
     return temp;
+}
+
+// Owner and group only where the process may give them (the group alone may still be allowed);
+// the permissions last, as a change of owner may clear some of them, and because the umask may
+// have taken bits away. What the new file already has is left alone: each change is a journal
+// entry, which waits while the file system is busy writing.
+void SiblingTempFile::takeOwnerAndMode(uid_t owner, gid_t group, mode_t mode) {
+    const int fd = fd_.get();
+    struct stat made {};
+    const bool known = ::fstat(fd, &made) == 0;
+    const bool ownerDiffers = owner != uid_t(-1) && (!known || made.st_uid != owner);
+    const bool groupDiffers = group != gid_t(-1) && (!known || made.st_gid != group);
+    if (ownerDiffers || groupDiffers) {
+        if (::fchown(fd, owner, group) != 0) (void)::fchown(fd, uid_t(-1), group);
+    }
+    if (ownerDiffers || groupDiffers || !known || (made.st_mode & 07777) != mode) ::fchmod(fd, mode);
 }
 
 bool SiblingTempFile::close() { return fd_.close(); }

@@ -60,6 +60,8 @@ public:
     void keep() { name_.clear(); }
 
 private:
+    void takeOwnerAndMode(uid_t owner, gid_t group, mode_t mode);
+
     UniqueFd fd_;
     std::string name_;
     bool created_ = false;
