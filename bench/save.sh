@@ -4,15 +4,20 @@
 #       floor bench/save_floor.c (read each track, write a sibling temporary file with the head
 #       and the rest, rename it over the track, read the head back): goal at most 1.2x;
 #   a title set on the 100 MB CBR and VBR tracks against `cp` of the same file: goal at most 1.2x.
-# Fresh copies of the small tracks are made before every run. The figures are medians.
+# Fresh copies of the small tracks are made before every run. Each pair is timed in ROUNDS
+# hyperfine runs of RUNS runs a command, one after the other, so that a change in the machine's
+# load (writeback of earlier saves, other work) falls on both sides; the figures are the medians
+# of the rounds' medians.
 #
 # Usage: bench/save.sh [path/to/tagwickcli]     (default: build/tagwickcli; or TAGWICK_CLI)
-# Environment: RUNS (default 10). The tracks come from bench/run.sh (run it once first).
+# Environment: RUNS (default 5), ROUNDS (default 5). The tracks come from bench/run.sh (run it
+# once first).
 set -euo pipefail
 
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 DATA="$ROOT/bench/data"
-RUNS="${RUNS:-10}"
+RUNS="${RUNS:-5}"
+ROUNDS="${ROUNDS:-5}"
 GOAL=1.2
 
 need_hyperfine
@@ -29,14 +34,21 @@ TRACKS=()
 for t in "$DATA"/tracks/*.mp3; do TRACKS+=("$WORK/$(basename "$t")"); done
 fresh="sh -c 'rm -rf $WORK && cp -r $DATA/tracks $WORK'"
 
+# median VALUE... : the middle value.
+median() { printf '%s\n' "$@" | sort -g | awk '{ v[NR] = $1 } END { print v[int((NR + 1) / 2)] }'; }
+
 # Prints the ratio of the first command's median to the second's.
 compare() {
-    local name="$1"
-    hyperfine -N --style basic --warmup 1 --runs "$RUNS" --export-csv "$csv" "${@:2}" >/dev/null
-    awk -F, -v goal="$GOAL" -v name="$name" 'NR == 2 { a = $4 } NR == 3 { b = $4 }
-        END { r = a / b
-              printf "%-28s %8.1f ms  floor %8.1f ms  %.2fx (goal <= %.1fx) %s\n", name, a * 1000, b * 1000, r, goal,
-                     r <= goal ? "met" : "MISSED" }' "$csv"
+    local name="$1" round ours=() base=()
+    for ((round = 0; round < ROUNDS; round++)); do
+        hyperfine -N --style none --warmup 1 --runs "$RUNS" --export-csv "$csv" "${@:2}" >/dev/null 2>&1
+        ours+=("$(awk -F, 'NR == 2 { print $4 }' "$csv")")
+        base+=("$(awk -F, 'NR == 3 { print $4 }' "$csv")")
+    done
+    awk -v a="$(median "${ours[@]}")" -v b="$(median "${base[@]}")" -v goal="$GOAL" -v name="$name" 'BEGIN {
+        r = a / b
+        printf "%-28s %8.1f ms  floor %8.1f ms  %.2fx (goal <= %.1fx) %s\n", name, a * 1000, b * 1000, r, goal,
+               r <= goal ? "met" : "MISSED" }'
 }
 
 compare "-ti on ${#TRACKS[@]} tracks" --prepare "$fresh" "$CLI -ti Bench ${TRACKS[*]}" "$FLOOR ${TRACKS[*]}"
