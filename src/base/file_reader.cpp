@@ -20,6 +20,15 @@ constexpr uint64_t ReadAlignment = 4096;
 static_assert(FileReader::BufferSize >= FileReader::MaxView + StepBack + ReadAlignment,
               "a refill must hold the whole view after the step back");
 
+// The largest buffer a reader has let go, kept for the next one. A track is opened several
+// times in a run (the open, the save, the read-back), and a fresh buffer of this size is mapped
+// anew each time, paying a fault for every page it touches.
+struct SpareBuffer {
+    std::unique_ptr<uint8_t[]> data;
+    size_t size = 0;
+};
+thread_local SpareBuffer spareBuffer;
+
 }  // namespace
 
 FileReader::FileReader(Bytes memory)
@@ -27,10 +36,23 @@ FileReader::FileReader(Bytes memory)
 
 FileReader::FileReader(FileReader&& other) noexcept { *this = std::move(other); }
 
+FileReader::~FileReader() { releaseBuffer(); }
+
+void FileReader::releaseBuffer() {
+    if (buffer_ && allocated_ >= spareBuffer.size) {
+        spareBuffer.data = std::move(buffer_);
+        spareBuffer.size = allocated_;
+    }
+    buffer_.reset();
+    allocated_ = 0;
+}
+
 FileReader& FileReader::operator=(FileReader&& other) noexcept {
     if (this != &other) {
+        releaseBuffer();
         fd_ = std::move(other.fd_);
         buffer_ = std::move(other.buffer_);
+        allocated_ = std::exchange(other.allocated_, 0);
         capacity_ = std::exchange(other.capacity_, 0);
         data_ = std::exchange(other.data_, nullptr);
         windowStart_ = std::exchange(other.windowStart_, 0);
@@ -81,7 +103,13 @@ Bytes FileReader::fill(uint64_t offset, size_t n) {
     if (!buffer_) {
         // A small file gets a buffer of its own size, read whole by this first fill.
         capacity_ = size_t(std::min<uint64_t>(BufferSize, size_));
-        buffer_.reset(new uint8_t[capacity_]);
+        if (spareBuffer.size >= capacity_) {
+            buffer_ = std::move(spareBuffer.data);
+            allocated_ = std::exchange(spareBuffer.size, 0);
+        } else {
+            buffer_.reset(new uint8_t[capacity_]);
+            allocated_ = capacity_;
+        }
     }
     const uint64_t start = size_ <= capacity_ ? 0 : (offset > StepBack ? offset - StepBack : 0) & ~(ReadAlignment - 1);
     const size_t length = size_t(std::min<uint64_t>(capacity_, size_ - start));

@@ -28,6 +28,7 @@ public:
     explicit FileReader(Bytes memory);
     FileReader(FileReader&& other) noexcept;
     FileReader& operator=(FileReader&& other) noexcept;
+    ~FileReader();
     FileReader(const FileReader&) = delete;
     FileReader& operator=(const FileReader&) = delete;
 
@@ -74,11 +75,14 @@ private:
                windowLength_ - (offset - windowStart_) >= n;
     }
     Bytes fill(uint64_t offset, size_t n);
+    // Gives the buffer back for the next reader to use.
+    void releaseBuffer();
     // pread until `length` bytes are in or the file ends; the count read.
     size_t readFully(uint64_t offset, uint8_t* out, size_t length);
 
     UniqueFd fd_;
     std::unique_ptr<uint8_t[]> buffer_;
+    size_t allocated_ = 0;  // the buffer's size, which may be more than the window uses
     size_t capacity_ = 0;
     const uint8_t* data_ = nullptr;  // the window's first byte (or the memory read from)
     uint64_t windowStart_ = 0;

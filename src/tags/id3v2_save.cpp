@@ -133,6 +133,8 @@ int updateV2(ID3Tag& track, bool trash, int version, bool keepDates, bool conver
         logNotAltered("An error occurred saving the version 2 tag data.");
         return status;
     }
+    // Copied: the read-back takes over the reader's buffer.
+    source.close();
 
     const bool placed = outPath.empty() ? replaceWithTemporary(output.name().c_str(), track.path.c_str(), trash)
                                         : moveIntoPlace(output.name(), outPath);
