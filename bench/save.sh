@@ -40,6 +40,8 @@ median() { printf '%s\n' "$@" | sort -g | awk '{ v[NR] = $1 } END { print v[int(
 # Prints the ratio of the first command's median to the second's.
 compare() {
     local name="$1" round ours=() base=()
+    # Each pair starts with the disk settled, not writing out what the pair before left.
+    sync
     for ((round = 0; round < ROUNDS; round++)); do
         hyperfine -N --style none --warmup 1 --runs "$RUNS" --export-csv "$csv" "${@:2}" >/dev/null 2>&1
         ours+=("$(awk -F, 'NR == 2 { print $4 }' "$csv")")
