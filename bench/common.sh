@@ -12,3 +12,8 @@ need_hyperfine() {
 need_cli() {
     [[ -x $CLI ]] || { echo "No program at $CLI (build it first, or name it)" >&2; exit 2; }
 }
+
+# median VALUE... : the middle value ("-" when any is "-").
+median() {
+    printf '%s\n' "$@" | sort -g | awk '$1 == "-" { bad = 1 } { v[NR] = $1 } END { print bad ? "-" : v[int((NR + 1) / 2)] }'
+}

@@ -145,10 +145,6 @@ works() {
     [[ -n $out ]] && ((status == 0 || status == 4))
 }
 
-# median VALUE... : the middle value ("-" when any is "-").
-median() {
-    printf '%s\n' "$@" | sort -n | awk '$1 == "-" { bad = 1 } { v[NR] = $1 } END { print bad ? "-" : v[int((NR + 1) / 2)] }'
-}
 
 ROWS=()
 # row LABEL COMMAND BASELINE_LABEL BASELINE_COMMAND GOAL(ratio limit)

@@ -34,9 +34,6 @@ TRACKS=()
 for t in "$DATA"/tracks/*.mp3; do TRACKS+=("$WORK/$(basename "$t")"); done
 fresh="sh -c 'rm -rf $WORK && cp -r $DATA/tracks $WORK'"
 
-# median VALUE... : the middle value.
-median() { printf '%s\n' "$@" | sort -g | awk '{ v[NR] = $1 } END { print v[int((NR + 1) / 2)] }'; }
-
 # Prints the ratio of the first command's median to the second's.
 compare() {
     local name="$1" round ours=() base=()
