@@ -5,7 +5,15 @@
 
 namespace tagwick {
 
+namespace {
+
 std::string exportText(const OptText& value) { return value ? value->utf8() : std::string(); }
+
+std::string exportTimestamp(const OptText& value) {
+    return value ? displayTimestamp(value->utf8().c_str()) : std::string();
+}
+
+}  // namespace
 
 std::string columnText(const Id3v2Tag& tag, const ExportColumn& column) {
     const OptText* value = textField(tag, column.field);
@@ -24,10 +32,6 @@ bool columnFlag(const Id3v2Tag& tag, const ExportColumn& column) {
 }
 
 std::string exportYear(const Id3v2Tag& tag) { return latin1ToUtf8(tag.year); }
-
-std::string exportTimestamp(const OptText& value) {
-    return value ? displayTimestamp(value->utf8().c_str()) : std::string();
-}
 
 std::string ufidOwnerText(const Id3v2Tag& tag) { return tag.ufidOwner.empty() ? "Default" : tag.ufidOwner; }
 

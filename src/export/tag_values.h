@@ -78,9 +78,8 @@ inline constexpr std::array<ExportColumn, 39> ExportColumns = {{
 // Whether an export of `version` (1 or 2) has the column.
 constexpr bool hasColumn(const ExportColumn& column, int version) { return version > 1 || !column.versionTwo; }
 
-// The UTF-8 form of a value; empty when the tag does not hold it.
-std::string exportText(const OptText& value);
-// The text of a Text, Timestamp or Lyrics column in UTF-8 (timestamps in their display form).
+// The text of a Text, Timestamp or Lyrics column in UTF-8, empty when the tag does not hold it;
+// a timestamp has its first 'T' made a blank and is at most 63 bytes.
 std::string columnText(const Id3v2Tag& tag, const ExportColumn& column);
 // The number of a Number or Total column; NumberNotSet when the tag holds none.
 uint16_t columnNumber(const Id3v2Tag& tag, const ExportColumn& column);
@@ -88,8 +87,6 @@ uint16_t columnNumber(const Id3v2Tag& tag, const ExportColumn& column);
 bool columnFlag(const Id3v2Tag& tag, const ExportColumn& column);
 // The year field (8-bit text) in UTF-8.
 std::string exportYear(const Id3v2Tag& tag);
-// A timestamp with its first 'T' made a blank, at most 63 bytes.
-std::string exportTimestamp(const OptText& value);
 // The owner, "Default" when the tag names none.
 std::string ufidOwnerText(const Id3v2Tag& tag);
 // The identifier as text: up to its first zero byte, at most 64 bytes.
